@@ -1,0 +1,345 @@
+// The device manager's controller: one object per process, on the GUI thread.
+// It takes in SDK events, keeps the device and SIM state, drives the PIN
+// dialogs, shows the information pop-up, sends notifications and carries out
+// the IDeviceMgr operations. Its implementation is split by concern:
+//   DeviceMgrService.cpp         lifecycle and event intake
+//   DeviceMgrServiceState.cpp    device state handling and host notifications in
+//   DeviceMgrServiceInfo.cpp     information pop-up and notifications out
+//   DeviceMgrServicePin.cpp      PIN workflow
+//   DeviceMgrServiceDialogs.cpp  PIN dialogs
+//   DeviceMgrServiceRadio.cpp    radio, offline and power control
+//   DeviceMgrServiceFP.cpp       fingerprint prompt
+#pragma once
+
+#include "DeviceMgrUILogic.h"
+
+#include <PluginInterfaces.h>
+
+#include <QMutex>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <atomic>
+
+class ChooseDevice;
+class DevCheckFPThread;
+class DeviceMgrWin7Thread;
+class ExtendDialog;
+class IMainMenuUI;
+class IPluginContainer;
+class LineEdit;
+class QCloseEvent;
+class QLabel;
+class QPushButton;
+class QTimer;
+class QVBoxLayout;
+class QWidget;
+class SimDlg;
+
+// Notification codes sent to the other plug-ins.
+enum {
+    NTF_RF_OFF = 576,
+    NTF_RF_ON = 577,
+    NTF_SIM_READY = 578,
+    NTF_SIM_NOT_READY = 579,
+    NTF_RF_SWITCH_CHANGED = 580,
+    NTF_DEVICE_INIT_SUCCESS = 581,
+    NTF_MINIFRAME_DEVICE_STATE = 582,
+    NTF_DEVICE_CHANGE_BEGIN = 583,
+    NTF_DEVICE_CHANGE_END = 584,
+    NTF_PLUGINS_RELOADING = 585,
+    NTF_POWER_MGR = 854,
+    NTF_UPDATE_PINSTATUS = 1027,
+};
+
+// Host notifications received through Notify.
+enum {
+    NTF_FRAME_SHOWN = 258,
+    NTF_LANGUAGE_CHANGED = 320,
+    NTF_CALL_INCOMING = 784,
+    NTF_CALL_OUTGOING = 785,
+    NTF_CALL_CONNECTED = 786,
+    NTF_CALL_ENDED = 787,
+};
+
+class CDeviceMgrService : public QObject, public IDeviceMgr
+{
+    Q_OBJECT
+    Q_INTERFACES(IDeviceMgr)
+
+public:
+    static CDeviceMgrService* instance();
+    static void Destroy();
+    // The singleton if it exists, without creating it (for tests and the
+    // plug-in object).
+    static CDeviceMgrService* existingInstance() { return m_pInstance; }
+
+    int Init();
+    void OnDestroy();
+    void unSDKRegisterEvent();
+    int ShowWindow(QWidget* parent);
+    int Notify(unsigned int type, NotifyParam wParam, NotifyParam lParam);
+
+    // SDK callbacks (called on the SDK's thread).
+    static int OnDeviceMgrInitEvent(int event, void* data);
+    static int OnDevMgrEventsCB(int event, void* data);
+    void OnMyDeviceMgrInitEventHandler(int event);
+
+    // IDeviceMgr
+    int VerifyPIN() override;
+    int EnablePIN() override;
+    int DisablePIN() override;
+    int UnlockPIN() override;
+    int ModifyPIN() override;
+    int EnableRF() override;
+    int DisableRF() override;
+    int SetOffline() override;
+    int DetatchGPRS() override;
+    void ShowChooseDevice() override;
+    bool IsDeviceAvialable() override;
+    bool IsValidSim() override;
+    void StartDetectDevice() override;
+    QString GetLastUsedDeviceName() override;
+
+    // Information pop-up and notifications out
+    int createInfoDlg();
+    void showInfoDlg(QString& text, int ms);
+    void hideInfoDlg();
+    void closeAllPopups(bool closeChooser);
+    void closePinDlg();
+    void sendNotification(unsigned int code);
+    void subscribeCallNotification();
+
+    // PIN workflow
+    void checkPINWithWin7();
+    void checkPIN();
+    void launchPinDlg(E_DEVMGR_PIN_STATE state);
+    void launchSpecificPinDlg(E_DEVMGR_PIN_STATE state);
+    void processPINPUK();
+    void showPINDlg();
+    void showVerifyPINDlg();
+    void displaySuccessMsgBoxPINOkButtonClicked();
+    void displayFailureMsgBoxPINOkButtonClicked();
+    void modifyPinModOkButtonClicked(QString& oldPin, QString& newPin);
+
+    // PIN dialogs
+    int createVerifyPINDlg();
+    int createPINDlg();
+    int createPUKDlg();
+    int createInternalPUKLayouts();
+    int createModifyDlg();
+    int setTextCreateModifyDlg();
+    int setButtonsCreateModifyDlg();
+    void setDlgToInitialState();
+    void setDlgToInitialStateVerifyPin();
+    void setDlgToInitialStatePinVerify();
+    void setDlgToInitialStateUnlockPin();
+    void setDlgToInitialStateModifyPin();
+    void processTextEditedUnlockPin();
+    void processTextEditedModifyPin();
+    void changeLangVerifyPinDlg();
+    void changeLangPinDlg();
+    void changeLangModifyPinDlg();
+    void changeLangPukDlg();
+
+    // Device state handling
+    void deviceMgrEventSwich(bool showMessage);
+    void handleDevDetectEvent();
+    void handleDevChangeEvent();
+    void handleSIMStateChangeEvent();
+    void InitOnMainFrameShow();
+    void showInvalidSimMsg();
+    void refreshProductType();
+    void handleInitSuccess();
+    void handleInitFinish();
+    void handleInitReset();
+    void handleFrameShown();
+
+    // Radio
+    void initMainMenuObj();
+
+    // Fingerprint
+    int createFPDlg();
+    void handleFPVerifyEvent();
+    void ChangePrompt(_UTPS_EN_VERIFYINDSTATE state);
+    void FPLockOnDialogClose();
+
+    // Last used device
+    QString getUserDataDirectory();
+
+    // The service's own texts: the key translated in "DeviceMgrUIPlugin".
+    static QString tr(const QString& key);
+
+    // Read-only state, for the host and for tests.
+    bool frameShown() const { return m_bFrameShown; }
+    bool deviceAvailable() const { return m_bDeviceAvialable; }
+    bool validSim() const { return m_bValidSim; }
+    bool validPinState() const { return m_bValidPinState; }
+    bool fpLockPending() const { return m_bFPLockPending; }
+    bool callActive() const { return m_bCallActive; }
+    bool initialising() const { return m_bInitialising; }
+    bool shuttingDown() const { return m_bShuttingDown.load(std::memory_order_relaxed); }
+    unsigned int simStateWord() const { return m_uSimStateWord.load(std::memory_order_relaxed); }
+    unsigned int fpVerifyWord() const { return m_uFPVerifyWord.load(std::memory_order_relaxed); }
+    int lastSwRFState() const { return m_nLastSwRFState; }
+    E_DEVMGR_PIN_STATE pinState() const { return m_ePinState; }
+    E_DEVMGR_PIN_STATE reportedPinState() const { return m_eReportedPinState; }
+    int pinStatus() const { return m_nPinStatus; }
+    QString currentDeviceName() const { return m_strCurDeviceName; }
+    int currentProductType() const { return m_nCurProductType; }
+    QString previousDeviceName() const { return m_strPrevDeviceName; }
+    int previousProductType() const { return m_nPrevProductType; }
+    QWidget* parentWidget() const { return m_pParentWidget; }
+    DeviceMgrUILogic* uiLogic() const { return m_pUILogic; }
+    ExtendDialog* infoDialog() const { return m_pdialogInfoDlg; }
+    SimDlg* verifyPinDialog() const { return m_pdialogVerifyPINDlg; }
+    ExtendDialog* pinDialog() const { return m_pdialogPINDlg; }
+    SimDlg* pukDialog() const { return m_pdialogPUKDlg; }
+    ExtendDialog* modifyDialog() const { return m_pdialogModifyDlg; }
+    ExtendDialog* fpDialog() const { return m_pdialogFPInfoDlg; }
+    ChooseDevice* chooser() const { return m_pDlgChooseDev; }
+    DeviceMgrWin7Thread* win7Thread() const { return m_pWin7Thread; }
+    DevCheckFPThread* fpThread() const { return m_pFPThread; }
+    QTimer* infoTimer() const { return m_pTimer; }
+
+signals:
+    void signalDeviceMgrInitEventHandler(qint32 event);
+    void signalDeviceMgrEventHandler(qint32 event);
+    void signalAboutToClose();
+    void signalRFSwitch(uint hwstate, uint swstate);
+    void signalUpdateChooseDevice();
+    void PowerMgrEvent(int event);
+    void signalFplockOnmainframelaunched();
+    void signalSIMframelaunched();
+
+public slots:
+    void appQuitStop();
+    void onTextEdited(QString text);
+    void onVerifyPINOkButtonClicked();
+    void onPINOkButtonClicked();
+    void onPUKOkButtonClicked();
+    void onModOkButtonClicked();
+    void deviceMgrInitEventHandler(qint32 event);
+    void deviceMgrEventHandler(qint32 event);
+    void onCancelButtonClicked();
+    void releaseData();
+    void onTimerOut();
+    void onFPTimerOut();
+    void handleFPLockOnFramelaunchedEvent();
+    void handleSIMOnFramelaunchedEvent();
+    void onCloseDialog(QCloseEvent* event);
+    void OnPowerMgr(int event);
+    void showVerifyPinContextMenu(QPoint point);
+    void showPinContextMenu(QPoint point);
+    void showCurrPinContextMenu(QPoint point);
+    void showNewPinContextMenu(QPoint point);
+    void showConfirmPinContextMenu(QPoint point);
+    void showPUKContextMenu(QPoint point);
+    void showPINPUKContextMenu(QPoint point);
+    void showConfirmPUKContextMenu(QPoint point);
+    void onDeviceInitFinishHandler();
+    void onPinStateChanged(E_DEVMGR_PIN_STATE penStatus);
+    void onSignalRFSwitch(uint hwstate, uint swstate);
+    void onUpdateChooseDevice();
+
+private:
+    CDeviceMgrService();
+    ~CDeviceMgrService() override;
+
+    static CDeviceMgrService* m_pInstance;
+    // The pointer the SDK callbacks use; set by Init.
+    static std::atomic<CDeviceMgrService*> m_pCallbackInstance;
+
+    // Words shared with the SDK's thread (relaxed atomics: single words that
+    // the GUI thread reads after the queued signal).
+    std::atomic<bool> m_bShuttingDown{false};
+    std::atomic<unsigned int> m_uSimStateWord{0};
+    std::atomic<unsigned int> m_uFPVerifyWord{256};
+
+    int m_nLastSwRFState = -1;
+    E_DEVMGR_PIN_STATE m_eReportedPinState = DEVMGR_PIN_READY;
+    ChooseDevice* m_pDlgChooseDev = nullptr;
+    IMainMenuUI* m_pMainMenu = nullptr;
+    DeviceMgrUILogic* m_pUILogic = nullptr;
+    IPluginContainer* m_pPluginContainer = nullptr;
+    DeviceMgrWin7Thread* m_pWin7Thread = nullptr;
+    int m_nPinStatus = 8;
+    QPointer<QWidget> m_pParentWidget;
+
+    // Information pop-up
+    ExtendDialog* m_pdialogInfoDlg = nullptr;
+    QWidget* m_pwidgetInfoDlg = nullptr;
+    QLabel* m_plabelInfoLabel = nullptr;
+    QVBoxLayout* m_playoutVBox = nullptr;
+    QTimer* m_pTimer = nullptr;
+
+    // Enter-PIN dialog
+    SimDlg* m_pdialogVerifyPINDlg = nullptr;
+    QLabel* m_plabelVerifyPINTimes = nullptr;
+    QLabel* m_plabelVerifyPIN = nullptr;
+    LineEdit* m_peditVerifyPINText = nullptr;
+    QPushButton* m_pbuttonVerifyPINOK = nullptr;
+    QPushButton* m_pbuttonVerifyPINCancel = nullptr;
+
+    // Fingerprint prompt
+    ExtendDialog* m_pdialogFPInfoDlg = nullptr;
+    QWidget* m_pwidgetFPInfoDlg = nullptr;
+    QLabel* m_plabelFPInfoLabel = nullptr;
+    QVBoxLayout* m_pFPlayoutVBox = nullptr;
+    QTimer* m_pFPTimer = nullptr;
+    std::atomic<bool> m_bFPLockPending{false};
+    std::atomic<DevCheckFPThread*> m_pFPThread{nullptr};
+
+    // Enable/disable PIN dialog
+    ExtendDialog* m_pdialogPINDlg = nullptr;
+    QLabel* m_plabelPINTimes = nullptr;
+    QLabel* m_plabelPIN = nullptr;
+    LineEdit* m_peditPINText = nullptr;
+    QPushButton* m_pbuttonPINOK = nullptr;
+    QPushButton* m_pbuttonPINCancel = nullptr;
+
+    // Change-PIN dialog
+    ExtendDialog* m_pdialogModifyDlg = nullptr;
+    QLabel* m_plabelCurrPIN = nullptr;
+    QLabel* m_plabelNewPIN = nullptr;
+    QLabel* m_plabelConfirmPIN = nullptr;
+    LineEdit* m_peditCurrPINText = nullptr;
+    LineEdit* m_peditNewPINText = nullptr;
+    LineEdit* m_peditConfirmNewPINText = nullptr;
+    QLabel* m_plabelModTimes = nullptr;
+    QPushButton* m_pbuttonModOK = nullptr;
+    QPushButton* m_pbuttonModCancel = nullptr;
+
+    // PUK dialog
+    SimDlg* m_pdialogPUKDlg = nullptr;
+    QLabel* m_plabelPUK = nullptr;
+    QLabel* m_plabelPUKNewPIN = nullptr;
+    QLabel* m_plabelPUKConfirmPIN = nullptr;
+    LineEdit* m_peditPUKText = nullptr;
+    LineEdit* m_peditPUKPINText = nullptr;
+    LineEdit* m_peditConfirmPUKPINText = nullptr;
+    QLabel* m_plabelPUKTimes = nullptr;
+    QPushButton* m_pbuttonPUKOK = nullptr;
+    QPushButton* m_pbuttonPUKCancel = nullptr;
+
+    bool m_bInitialising = false;
+    bool m_bFrameShown = false;
+    bool m_bDeviceAvialable = false;
+    bool m_bValidSim = true;
+    bool m_bValidPinState = false;
+    bool m_bCallActive = false;
+    // Set while a message box of the service is on screen.
+    bool m_bMsgBoxShown = false;
+    QString m_strCurDeviceName;
+    int m_nCurProductType = 3;
+    QString m_strPrevDeviceName;
+    int m_nPrevProductType = 3;
+    QMutex m_mutexGuard;
+    // Set when the main frame was shown while the card was fingerprint-locked:
+    // main-frame initialisation then waits for the unlock.
+    bool m_bInitOnFrameShowPending = false;
+    bool m_bSecondRequest = false;
+
+    E_DEVMGR_PIN_STATE m_ePinState = DEVMGR_PIN_READY;
+};

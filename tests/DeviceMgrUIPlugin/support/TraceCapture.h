@@ -1,0 +1,19 @@
+// Captures the trace lines (qDebug/qWarning output) written while it lives.
+#pragma once
+
+#include <QStringList>
+
+class TraceCapture
+{
+public:
+    TraceCapture();
+    ~TraceCapture();
+    TraceCapture(const TraceCapture&) = delete;
+    TraceCapture& operator=(const TraceCapture&) = delete;
+
+    QStringList lines() const;
+    // Lines that contain `text`.
+    QStringList matching(const QString& text) const;
+    bool contains(const QString& text) const { return !matching(text).isEmpty(); }
+    void clear();
+};
