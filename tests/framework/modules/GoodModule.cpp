@@ -1,0 +1,16 @@
+#include "TestPlugin.h"
+
+#include <QPointer>
+
+extern "C" Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
+{
+    return "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=6.4.2\ndebug=false\nbuildkey=test";
+}
+
+extern "C" Q_DECL_EXPORT QObject* qt_plugin_instance()
+{
+    static QPointer<QObject> instance;
+    if (!instance)
+        instance = new TestPlugin;
+    return instance;
+}

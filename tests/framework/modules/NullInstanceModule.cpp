@@ -1,0 +1,12 @@
+// A module whose instance query fails.
+#include <QObject>
+
+extern "C" Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
+{
+    return "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=6.4.2\ndebug=false";
+}
+
+extern "C" Q_DECL_EXPORT QObject* qt_plugin_instance()
+{
+    return nullptr;
+}
