@@ -1,0 +1,71 @@
+// A host around the plug-in for one test: the real framework, the real
+// container with the host's built-in sibling plug-ins, the virtual card and a
+// message responder, all reset on construction and removed on destruction.
+//
+//     HostFixture host;
+//     host.card().addCard({});
+//     CDeviceMgrService* service = host.startService();
+//     QVERIFY(host.waitForEvents());
+#pragma once
+
+#include "HostSiblings.h"
+#include "PluginContainer.h"
+
+#include <CommonUtils.h>
+
+#include <QList>
+#include <QQueue>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+class CDeviceMgrService;
+class CDeviceMgrUI;
+class QWidget;
+
+namespace sim {
+class VirtualCard;
+}
+
+class HostFixture
+{
+public:
+    HostFixture();
+    // Destroys the service singleton if any, then uninstalls everything.
+    ~HostFixture();
+    HostFixture(const HostFixture&) = delete;
+    HostFixture& operator=(const HostFixture&) = delete;
+
+    PluginContainer& container();
+    HostSiblings& siblings();
+    QWidget* mainWindow();
+    sim::VirtualCard& card();
+
+    // Message boxes asked for since construction (or clearMessages), in order.
+    QList<MessageRequest> messages() const;
+    void clearMessages();
+    // The reply to the next message box; with none queued the first button.
+    void queueReply(int reply);
+
+    // Transcript texts of one kind ("notify", "sdk", "menu" ...), in order.
+    QStringList records(const QString& kind) const;
+
+    // instance() + Init() + ShowWindow(mainWindow) + the plug-in object as a
+    // notification target, as the host starts the plug-in.
+    CDeviceMgrService* startService();
+    // The host's NTF_FRAME_SHOWN (258), delivered through Notify.
+    void frameShown();
+    // Waits until the virtual card has delivered every queued event and the
+    // GUI thread has handled every queued signal (bounded by `timeoutMs`).
+    bool waitForEvents(int timeoutMs = 5000);
+
+private:
+    QTemporaryDir m_settingsDir;
+    std::unique_ptr<PluginContainer> m_container;
+    std::unique_ptr<HostSiblings> m_siblings;
+    std::unique_ptr<QWidget> m_mainWindow;
+    std::unique_ptr<CDeviceMgrUI> m_plugin;
+    QList<MessageRequest> m_messages;
+    QQueue<int> m_replies;
+};
