@@ -11,10 +11,16 @@ class DeviceMgrWin7Thread : public QThread
     Q_OBJECT
 public:
     static DeviceMgrWin7Thread* Instance();
+    // Drops the stored instance without deleting it, so that the next
+    // Instance() makes a fresh thread. For tests that deleted the old one.
+    static void ForgetInstance();
     ~DeviceMgrWin7Thread() override;
 
     void Stop();
-    bool isDeviceInitFinished() const { return m_bDeviceInitFinished.load(std::memory_order_relaxed); }
+    bool isDeviceInitFinished() const
+    {
+        return m_bDeviceInitFinished.load(std::memory_order_relaxed);
+    }
     bool isStopRequested() const { return m_bStopThread.load(std::memory_order_relaxed); }
     bool isAppQuit() const { return m_bAppQuit.load(std::memory_order_relaxed); }
 
