@@ -1,0 +1,460 @@
+#include "HostApp.h"
+
+#include "Change.h"
+#include "CommonUtils.h"
+#include "HostLog.h"
+#include "HostSiblings.h"
+#include "MainWindow.h"
+#include "NotificationNames.h"
+#include "PluginContainer.h"
+#include "QuitOnSignal.h"
+#include "RecordMatcher.h"
+#include "ScenarioRunner.h"
+#include "Startup.h"
+#include "Transcript.h"
+#include "VirtualCardPanel.h"
+#include "WindowWatcher.h"
+#include "sim/VirtualCard.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTimer>
+#include <QWindow>
+
+#include <cstdio>
+
+namespace {
+constexpr int DeviceManagerInterface = 4097;
+constexpr int ExposePollMs = 10;
+constexpr int PanelWidth = 480;
+
+void printError(const QString& message)
+{
+    std::fprintf(stderr, "linkhost: %s\n", message.toLocal8Bit().constData());
+    std::fflush(stderr);
+}
+
+QString buttonsText(const MessageRequest& request)
+{
+    int last = 2;
+    while (last > 0 && request.buttons[last].isEmpty())
+        --last;
+    QStringList buttons;
+    for (int i = 0; i <= last; ++i)
+        buttons.append(request.buttons[i]);
+    return buttons.join(QLatin1Char('|'));
+}
+
+void recordMessage(const MessageRequest& request, int reply)
+{
+    Transcript::instance().record(QStringLiteral("msgbox"),
+                                  QStringLiteral("icon=%1 title=%2 text=%3 buttons=%4 -> %5")
+                                      .arg(int(request.icon))
+                                      .arg(RecordMatcher::quote(request.title),
+                                           RecordMatcher::quote(request.text),
+                                           RecordMatcher::quote(buttonsText(request)))
+                                      .arg(reply));
+}
+
+QString currentCardName()
+{
+    sim::VirtualCard& cards = sim::VirtualCard::instance();
+    const std::optional<sim::CardState> current = cards.card(cards.currentCard());
+    return current ? QString::fromStdString(current->config.name) : QString();
+}
+} // namespace
+
+HostApp::HostApp(const HostOptions& options, QObject* parent) : QObject(parent), m_options(options)
+{
+    m_replay = !options.scenario.isEmpty();
+    const QByteArray backend = qgetenv("UTPS_BACKEND");
+    m_sim = backend.isEmpty() || backend == "sim";
+}
+
+HostApp::~HostApp()
+{
+    shutDown();
+    HostLog::close();
+}
+
+int HostApp::run()
+{
+    if (!prepare())
+        return m_exitCode;
+    createHost();
+    loadPlugins();
+    startPlugins();
+    showMainWindow();
+    m_inEventLoop = true;
+    const int code = QApplication::exec();
+    m_inEventLoop = false;
+    qDebug("linkhost: event loop left with %d", code);
+    // Something else ended the application while steps were left.
+    if (m_runner && !m_runner->isFinished())
+        m_runner->abort(QStringLiteral("the application quit before the scenario ended"));
+    finalScreenshot();
+    shutDown();
+    return m_replay ? m_exitCode : code;
+}
+
+void HostApp::fail(const QString& message)
+{
+    printError(message);
+    m_exitCode = ExitBadInput;
+}
+
+bool HostApp::prepare()
+{
+    if (!readScenario() || !prepareUserData() || !prepareLog() || !prepareHostSettings())
+        return false;
+    prepareVirtualCard();
+    installObservers();
+    if (m_replay) {
+        RunnerHooks hooks;
+        hooks.deviceManager = [this] { return deviceManager(); };
+        hooks.notifyService = [this] { return m_siblings ? m_siblings->notifyService() : nullptr; };
+        hooks.changeLanguage = [this](const QString& lang) { return changeLanguage(lang); };
+        hooks.screenshot = [this](const QString& file, QString* error) {
+            return screenshot(file, error);
+        };
+        m_runner = std::make_unique<ScenarioRunner>(m_scenario.steps, hooks);
+        // From the very start: a plug-in may ask something before step 1.
+        m_runner->installResponder();
+        connect(m_runner.get(), &ScenarioRunner::finished, this, &HostApp::onScenarioFinished);
+    }
+    // A scenario may close every window and still have steps to play.
+    QApplication::setQuitOnLastWindowClosed(!m_replay);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [] { qDebug("linkhost: about to quit"); });
+    m_quitOnSignal = std::make_unique<QuitOnSignal>();
+    connect(m_quitOnSignal.get(), &QuitOnSignal::signalled, this, [](int signal) {
+        qDebug("linkhost: quitting on signal %d", signal);
+        QCoreApplication::quit();
+    });
+    return true;
+}
+
+bool HostApp::readScenario()
+{
+    const QString path = m_replay ? m_options.scenario : m_options.setup;
+    if (path.isEmpty())
+        return true;
+    QString error;
+    const auto mode = m_replay ? ScenarioFile::Replay : ScenarioFile::Setup;
+    if (ScenarioFile::load(path, mode, &m_scenario, &error))
+        return true;
+    fail(error);
+    return false;
+}
+
+bool HostApp::prepareUserData()
+{
+    m_userData = m_options.userData;
+    if (m_userData.isEmpty())
+        m_userData = m_scenario.host.userDataDir;
+    if (m_userData.isEmpty() && m_replay) {
+        // A scenario starts from nothing, whatever the user's own state.
+        m_temporaryUserData =
+            std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/linkhost-XXXXXX"));
+        if (!m_temporaryUserData->isValid()) {
+            fail(QStringLiteral("cannot create a temporary user data folder: %1")
+                     .arg(m_temporaryUserData->errorString()));
+            return false;
+        }
+        m_userData = m_temporaryUserData->path();
+    }
+    if (m_userData.isEmpty())
+        m_userData = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    m_userData = QDir(m_userData).absolutePath();
+    if (!QDir().mkpath(m_userData)) {
+        fail(QStringLiteral("cannot create the user data folder %1").arg(m_userData));
+        return false;
+    }
+    return true;
+}
+
+bool HostApp::prepareLog()
+{
+    QString error;
+    if (!HostLog::open(QDir(m_userData).filePath(QStringLiteral("linkhost.log")), m_options.trace,
+                       &error)) {
+        fail(error);
+        return false;
+    }
+    qDebug("linkhost: user data folder %s", qPrintable(m_userData));
+    return true;
+}
+
+bool HostApp::prepareHostSettings()
+{
+    CommonUtils::SetSettingsFolder(m_userData);
+    const ScenarioHost& host = m_scenario.host;
+    for (const auto& [path, value] : host.settings) {
+        const int slash = path.indexOf(QLatin1Char('/'));
+        CommonUtils::SetSettings(path.left(slash), path.mid(slash + 1), value);
+    }
+    CommonUtils::SetFrameStyle(host.frameStyle);
+    if (!Change::SetLanguage(host.language)) {
+        fail(QStringLiteral("no catalogue for language \"%1\" (known: %2)")
+                 .arg(host.language, Change::Languages().join(QStringLiteral(", "))));
+        return false;
+    }
+    Transcript::instance().clear();
+    if (!m_options.transcript.isEmpty() &&
+        !Transcript::instance().setOutputFile(m_options.transcript)) {
+        fail(QStringLiteral("cannot write the transcript %1").arg(m_options.transcript));
+        return false;
+    }
+    return true;
+}
+
+void HostApp::prepareVirtualCard()
+{
+    if (!m_sim) {
+        if (!m_scenario.devices.empty())
+            printError(QStringLiteral("the SDK backend is not the virtual card: the scenario's "
+                                      "devices are ignored"));
+        return;
+    }
+    const ScenarioHost& host = m_scenario.host;
+    sim::VirtualCard& cards = sim::VirtualCard::instance();
+    sim::HostConfig config = host.sdk;
+    if (!host.sdkUserDataDirSet)
+        config.userDataDir = (m_userData + QLatin1Char('/')).toStdString();
+    cards.setHost(config);
+    cards.setEventGapMs(host.eventGapMs);
+    for (const ScenarioFault& fault : host.faults)
+        cards.setFault(fault.function.toStdString(), fault.result, fault.times);
+    // Before the plug-ins start: a plugged card announces itself as soon as
+    // the device manager registers for events.
+    for (const sim::CardConfig& device : m_scenario.devices)
+        cards.addCard(device);
+}
+
+void HostApp::installObservers()
+{
+    CommonUtils::SetMessageObserver(recordMessage);
+    CommonUtils::SetSettingsObserver(
+        [](const QString& group, const QString& key, const QString& value) {
+            Transcript::instance().record(QStringLiteral("setting"),
+                                          QStringLiteral("%1/%2 = %3").arg(group, key, value));
+        });
+    if (!m_sim)
+        return;
+    sim::VirtualCard::instance().setCallObserver([](const sim::CallRecord& call) {
+        Transcript::instance().record(
+            QStringLiteral("sdk"),
+            QStringLiteral("%1(%2) = %3")
+                .arg(QString::fromStdString(call.function), QString::fromStdString(call.args))
+                .arg(call.result));
+    });
+}
+
+void HostApp::removeObservers()
+{
+    CommonUtils::SetMessageObserver({});
+    CommonUtils::SetSettingsObserver({});
+    if (m_sim)
+        sim::VirtualCard::instance().setCallObserver({});
+}
+
+void HostApp::createHost()
+{
+    m_container = std::make_unique<PluginContainer>();
+    Startup::SetPluginContainer(m_container.get());
+    if (m_scenario.host.hasReloadMap)
+        m_container->setReloadMap(m_scenario.host.reloadMap);
+    connect(m_container.get(), &PluginContainer::pluginOperation, this,
+            [](const QString& op, const QString& id) {
+                Transcript::instance().record(QStringLiteral("plugin"), op + QLatin1Char(' ') + id);
+            });
+    m_siblings = std::make_unique<HostSiblings>(m_container.get());
+    m_siblings->setDialupConnected(m_scenario.host.dialupConnected);
+
+    m_watcher = std::make_unique<WindowWatcher>();
+    if (!m_options.screenshots.isEmpty()) {
+        if (!QDir().mkpath(m_options.screenshots))
+            printError(QStringLiteral("cannot create the screenshot folder %1")
+                           .arg(m_options.screenshots));
+        m_watcher->setScreenshotFolder(m_options.screenshots);
+    }
+
+    m_mainWindow = std::make_unique<MainWindow>(m_siblings.get());
+    m_mainWindow->setLanguage(Change::Language());
+    m_siblings->setMainWindow(m_mainWindow.get());
+    connect(m_mainWindow.get(), &MainWindow::languageRequested, this,
+            [this](const QString& lang) { changeLanguage(lang); });
+    if (m_sim) {
+        m_mainWindow->setDeviceNameSource(currentCardName);
+        auto* panel = new VirtualCardPanel(m_mainWindow.get());
+        m_mainWindow->addDockWidget(Qt::RightDockWidgetArea, panel);
+        m_mainWindow->resizeDocks({panel}, {PanelWidth}, Qt::Horizontal);
+    }
+}
+
+QString HostApp::pluginFolder(const QString& option)
+{
+    QString folder = option;
+    if (folder.isEmpty())
+        folder = qEnvironmentVariable("LINK_PLUGIN_DIR");
+    if (folder.isEmpty())
+        folder =
+            QCoreApplication::applicationDirPath() + QStringLiteral("/../lib/linkhost/plugins");
+    return QDir::cleanPath(QDir(folder).absolutePath());
+}
+
+void HostApp::loadPlugins()
+{
+    const QString folder = pluginFolder(m_options.plugins);
+    CommonUtils::SetPluginLibraryPath(QFileInfo(folder).absolutePath());
+    qDebug("linkhost: plug-in folder %s", qPrintable(folder));
+    if (!QFileInfo(folder).isDir()) {
+        printError(QStringLiteral("plug-in folder %1 does not exist; running without plug-ins")
+                       .arg(folder));
+        return;
+    }
+    QStringList errors;
+    const QList<QObject*> loaded = m_container->loadPluginFolder(folder, &errors);
+    for (const QString& error : errors)
+        printError(QStringLiteral("plug-in not loaded: %1").arg(error));
+    for (QObject* plugin : loaded)
+        m_plugins.append(plugin);
+}
+
+void HostApp::startPlugins()
+{
+    QList<QPointer<QObject>> started;
+    for (const QPointer<QObject>& plugin : std::as_const(m_plugins)) {
+        auto* base = plugin ? qobject_cast<IBasePlugin*>(plugin.data()) : nullptr;
+        if (!base) {
+            printError(QStringLiteral("%1 offers no IBasePlugin; not started")
+                           .arg(plugin ? QLatin1String(plugin->metaObject()->className())
+                                       : QLatin1String("a plug-in")));
+            continue;
+        }
+        m_siblings->addNotifyTarget(plugin);
+        if (!base->Init())
+            printError(QStringLiteral("%1: Init failed").arg(base->GetPluginName()));
+        started.append(plugin);
+    }
+    m_plugins = started;
+    for (const QPointer<QObject>& plugin : std::as_const(m_plugins)) {
+        if (auto* ui = qobject_cast<IUIPlugin*>(plugin.data())) {
+            QRect rect = m_mainWindow->geometry();
+            ui->ShowWindow(m_mainWindow.get(), rect);
+        }
+        QObject* service = nullptr;
+        auto* base = qobject_cast<IBasePlugin*>(plugin.data());
+        if (!m_deviceManager && base->QueryInterface(DeviceManagerInterface, &service) &&
+            qobject_cast<IDeviceMgr*>(service))
+            m_deviceManager = service;
+    }
+    m_mainWindow->setDeviceManager(m_deviceManager);
+}
+
+void HostApp::showMainWindow()
+{
+    m_mainWindow->show();
+    QTimer::singleShot(0, this, &HostApp::waitForExposure);
+}
+
+void HostApp::waitForExposure()
+{
+    QWindow* window = m_mainWindow->windowHandle();
+    if ((window && window->isExposed()) || m_exposeWaitedMs >= ExposeTimeoutMs) {
+        frameShown();
+        return;
+    }
+    m_exposeWaitedMs += ExposePollMs;
+    QTimer::singleShot(ExposePollMs, this, &HostApp::waitForExposure);
+}
+
+void HostApp::frameShown()
+{
+    m_siblings->notifyService()->BroadcastNotify(Notifications::FrameShown, 0, 0);
+    if (m_runner)
+        m_runner->start();
+}
+
+IDeviceMgr* HostApp::deviceManager() const
+{
+    return m_deviceManager ? qobject_cast<IDeviceMgr*>(m_deviceManager.data()) : nullptr;
+}
+
+bool HostApp::changeLanguage(const QString& lang)
+{
+    if (!Change::SetLanguage(lang))
+        return false;
+    for (const QPointer<QObject>& plugin : std::as_const(m_plugins)) {
+        if (auto* ui = qobject_cast<IUIPlugin*>(plugin.data()))
+            ui->ChangeLang(lang);
+    }
+    m_mainWindow->setLanguage(lang);
+    m_siblings->notifyService()->BroadcastNotify(Notifications::LanguageChanged, 0, 0);
+    return true;
+}
+
+void HostApp::onScenarioFinished(int exitCode)
+{
+    m_exitCode = exitCode;
+    if (exitCode != ExitOk)
+        printError(m_runner->failure());
+    // After the main loop, a quit would only cut short the loops that the
+    // plug-ins' shut-down may still run.
+    if (m_inEventLoop)
+        QCoreApplication::exit(exitCode);
+}
+
+bool HostApp::screenshot(const QString& file, QString* error)
+{
+    QWidget* window = m_watcher->currentWindow();
+    if (!window)
+        window = m_mainWindow.get();
+    QString path = file;
+    const QString folder =
+        m_options.screenshots.isEmpty() ? QDir::currentPath() : m_options.screenshots;
+    if (path.isEmpty())
+        path = m_options.screenshots.isEmpty()
+                   ? QDir(folder).filePath(window->objectName() + QStringLiteral(".png"))
+                   : m_watcher->nextScreenshotPath(window->objectName());
+    else if (QFileInfo(path).isRelative())
+        path = QDir(folder).filePath(path);
+    return WindowWatcher::save(window, path, error);
+}
+
+void HostApp::finalScreenshot()
+{
+    if (m_options.screenshots.isEmpty() || !m_mainWindow)
+        return;
+    QString error;
+    if (!WindowWatcher::save(m_mainWindow.get(),
+                             m_watcher->nextScreenshotPath(m_mainWindow->objectName()), &error))
+        printError(error);
+}
+
+void HostApp::shutDown()
+{
+    if (!m_container)
+        return;
+    CommonUtils::SetShutDownFlag();
+    // The device manager must leave the SDK before it is destroyed.
+    for (const QPointer<QObject>& plugin : std::as_const(m_plugins)) {
+        if (auto* base = qobject_cast<IBasePlugin*>(plugin.data()))
+            base->UnSDKRegisterEvent();
+    }
+    for (const QPointer<QObject>& plugin : std::as_const(m_plugins)) {
+        if (auto* base = qobject_cast<IBasePlugin*>(plugin.data()))
+            base->OnDestroy();
+    }
+    m_plugins.clear();
+    m_deviceManager = nullptr;
+    removeObservers();
+    m_runner.reset();
+    m_mainWindow.reset();
+    m_watcher.reset();
+    Startup::SetPluginContainer(nullptr);
+    m_container.reset();
+    m_siblings.reset();
+    qDebug("linkhost: shut down");
+}

@@ -1,0 +1,97 @@
+#include "HostOptions.h"
+
+namespace {
+QString* valueSlot(HostOptions* options, const QString& name)
+{
+    if (name == QLatin1String("--scenario"))
+        return &options->scenario;
+    if (name == QLatin1String("--setup"))
+        return &options->setup;
+    if (name == QLatin1String("--transcript"))
+        return &options->transcript;
+    if (name == QLatin1String("--screenshots"))
+        return &options->screenshots;
+    if (name == QLatin1String("--plugins"))
+        return &options->plugins;
+    if (name == QLatin1String("--user-data"))
+        return &options->userData;
+    return nullptr;
+}
+
+bool* flagSlot(HostOptions* options, const QString& name)
+{
+    if (name == QLatin1String("--headless"))
+        return &options->headless;
+    if (name == QLatin1String("--trace"))
+        return &options->trace;
+    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
+        return &options->help;
+    return nullptr;
+}
+} // namespace
+
+bool HostOptions::parse(const QStringList& arguments, HostOptions* options, QString* error)
+{
+    *options = HostOptions();
+    for (int i = 1; i < arguments.size(); ++i) {
+        QString name = arguments.at(i);
+        QString value;
+        bool inlineValue = false;
+        const int equals = name.indexOf(QLatin1Char('='));
+        if (name.startsWith(QLatin1String("--")) && equals > 0) {
+            value = name.mid(equals + 1);
+            name = name.left(equals);
+            inlineValue = true;
+        }
+        if (bool* flag = flagSlot(options, name)) {
+            if (inlineValue) {
+                *error = QStringLiteral("%1 takes no value").arg(name);
+                return false;
+            }
+            *flag = true;
+            continue;
+        }
+        QString* slot = valueSlot(options, name);
+        if (!slot) {
+            *error = QStringLiteral("unknown option %1").arg(arguments.at(i));
+            return false;
+        }
+        if (!inlineValue) {
+            if (i + 1 >= arguments.size()) {
+                *error = QStringLiteral("%1 needs a value").arg(name);
+                return false;
+            }
+            value = arguments.at(++i);
+        }
+        if (value.isEmpty()) {
+            *error = QStringLiteral("%1 needs a value").arg(name);
+            return false;
+        }
+        *slot = value;
+    }
+    if (!options->scenario.isEmpty() && !options->setup.isEmpty()) {
+        *error = QStringLiteral("--scenario and --setup exclude each other");
+        return false;
+    }
+    return true;
+}
+
+QString HostOptions::usage()
+{
+    return QStringLiteral(
+        "usage: linkhost [--scenario FILE] [--headless] [--transcript FILE]\n"
+        "                [--screenshots DIR] [--trace] [--setup FILE] [--plugins DIR]\n"
+        "                [--user-data DIR]\n"
+        "  --scenario FILE     replay FILE; exit 0 when every expectation held,\n"
+        "                      1 when one failed, 2 when the file is bad\n"
+        "  --setup FILE        take the virtual cards and host settings from FILE and\n"
+        "                      run interactively\n"
+        "  --headless          run on the offscreen platform\n"
+        "  --transcript FILE   write the transcript to FILE\n"
+        "  --screenshots DIR   save a picture of every window shown into DIR\n"
+        "  --trace             copy the trace lines to stderr (they always go to\n"
+        "                      linkhost.log in the user data folder)\n"
+        "  --plugins DIR       load the plug-ins of DIR (default: $LINK_PLUGIN_DIR,\n"
+        "                      else <program folder>/../lib/linkhost/plugins)\n"
+        "  --user-data DIR     user data and settings folder\n");
+}

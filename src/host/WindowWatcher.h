@@ -1,0 +1,43 @@
+// Watches every window of the application: records "shown <name>" and
+// "hidden <name>" for windows with an object name, and, when a screenshot
+// folder is set, saves each such window shortly after it was shown.
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+class QWidget;
+
+class WindowWatcher : public QObject
+{
+    Q_OBJECT
+public:
+    // Time for a shown window to lay itself out and paint before its picture.
+    static constexpr int ScreenshotDelayMs = 150;
+
+    explicit WindowWatcher(QObject* parent = nullptr);
+    ~WindowWatcher() override;
+
+    // Folder for "<nn>-<objectName>.png"; empty = no automatic pictures.
+    void setScreenshotFolder(const QString& folder);
+    QString screenshotFolder() const { return m_folder; }
+    // The next numbered path for a picture of `name` in the folder.
+    QString nextScreenshotPath(const QString& name);
+    // The active window, else the window shown last that is still visible.
+    QWidget* currentWindow() const;
+
+    static bool save(QWidget* window, const QString& path, QString* error);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void shown(QWidget* window);
+    void takeScreenshot(QPointer<QWidget> window);
+
+    QString m_folder;
+    int m_screenshots = 0;
+    QList<QPointer<QWidget>> m_shownOrder;
+};
