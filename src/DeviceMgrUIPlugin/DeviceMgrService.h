@@ -19,6 +19,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QWidget>
 
 #include <atomic>
 
@@ -34,7 +35,6 @@ class QLabel;
 class QPushButton;
 class QTimer;
 class QVBoxLayout;
-class QWidget;
 class SimDlg;
 
 // Notification codes sent to the other plug-ins.

@@ -35,6 +35,7 @@ class DeviceMgrUILogic : public QObject
     Q_OBJECT
 public:
     static DeviceMgrUILogic* GetInstance();
+    ~DeviceMgrUILogic() override;
     void init();
 
     // Device list and selection
@@ -87,6 +88,9 @@ signals:
 
 private:
     DeviceMgrUILogic() = default;
+    // After a refused PIN request: re-reads the PIN state, emits it and
+    // returns the refreshed retry counter.
+    int reportRefusedRequest();
 
     static DeviceMgrUILogic* m_pDeviceMgrUILogic;
 
