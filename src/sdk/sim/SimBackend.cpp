@@ -179,11 +179,10 @@ public:
             return kFailed;
         Lock lock(d.mutex);
         const CardModel* card = d.currentCard();
-        if (!card)
-            *status = DEVICE_STATUS_NO_DEVICE;
-        else
-            *status =
-                card->fingerprintLocked ? DEVICE_STATUS_INITIALIZING : DEVICE_STATUS_AVAILABLE;
+        // A fingerprint-locked card is present and answers; the lock is
+        // reported by its own event, and the host shows the prompt for a
+        // card that is available.
+        *status = card ? DEVICE_STATUS_AVAILABLE : DEVICE_STATUS_NO_DEVICE;
         return 0;
     }
 

@@ -205,7 +205,6 @@ void VirtualCard::touchFingerprint(uint32_t state)
         return;
     card->fingerprintLocked = false;
     card->fingerprintPassed = true;
-    d->finishInit(d->current);
 }
 
 void VirtualCard::powerEvent(uint32_t code)

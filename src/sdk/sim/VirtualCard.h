@@ -108,7 +108,7 @@ public:
     // The current card's SIM changes state (6619 with the word follows).
     void setSimState(int word);
     // A finger on the current card's sensor (6620 with the state follows;
-    // state 0 unlocks a fingerprint-locked card and resumes its start-up).
+    // state 0 unlocks a fingerprint-locked card).
     void touchFingerprint(uint32_t state);
     // A power-management event (6616).
     void powerEvent(uint32_t code);

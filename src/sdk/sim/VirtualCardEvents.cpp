@@ -116,9 +116,10 @@ void VirtualCard::Private::runInit(int index)
     CardModel& card = cards[static_cast<std::size_t>(index)];
     enqueueCode(UTPS_EVENT_DEV_INIT_BEGIN);
     if (card.config().fingerprint && !card.fingerprintPassed) {
+        // The card goes on initialising behind the lock event; holding its
+        // events back until a good fingerprint is the host side's job.
         card.fingerprintLocked = true;
         enqueueCode(UTPS_EVENT_DEV_FPLOCK);
-        return; // resumed by touchFingerprint(0)
     }
     finishInit(index);
 }
