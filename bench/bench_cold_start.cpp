@@ -1,0 +1,85 @@
+// Cold start: loading the plug-in module, Init, ShowWindow and the host's
+// NTF_FRAME_SHOWN handled, against the host starting alone (container, the
+// built-in siblings, the main window shown and 258 broadcast to nobody).
+// Each run starts from an unloaded module (the container unloads it).
+//
+//     build/bin/bench_cold_start [runs]
+#include "BenchSupport.h"
+
+#include "HostSiblings.h"
+#include "PluginContainer.h"
+
+#include <CommonUtils.h>
+#include <PluginInterfaces.h>
+#include <Startup.h>
+#include <sim/VirtualCard.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMainWindow>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace {
+
+constexpr unsigned int kFrameShown = 258;
+
+// One host start; with `withPlugin` the module is loaded and started too.
+// Returns the milliseconds until the frame-shown notification was handled.
+double startHost(bool withPlugin)
+{
+    QElapsedTimer timer;
+    timer.start();
+    PluginContainer container;
+    HostSiblings siblings(&container);
+    Startup::SetPluginContainer(&container);
+    QMainWindow window;
+    siblings.setMainWindow(&window);
+    IUIPlugin* plugin = nullptr;
+    if (withPlugin) {
+        QString error;
+        QObject* object = container.loadPluginLibrary(LINK_BENCH_PLUGIN, &error);
+        plugin = qobject_cast<IUIPlugin*>(object);
+        if (!plugin) {
+            std::fprintf(stderr, "bench_cold_start: %s\n", qPrintable(error));
+            std::exit(1);
+        }
+        siblings.addNotifyTarget(object);
+        plugin->Init();
+        QRect rect;
+        plugin->ShowWindow(&window, rect);
+    }
+    window.show();
+    QCoreApplication::processEvents();
+    siblings.notifyService()->BroadcastNotify(kFrameShown, 0, 0);
+    QCoreApplication::processEvents();
+    const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
+    if (plugin) {
+        plugin->UnSDKRegisterEvent();
+        plugin->OnDestroy();
+    }
+    Startup::SetPluginContainer(nullptr);
+    return ms;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const int runs = argc > 1 ? atoi(argv[1]) : 15;
+    bench::silenceTrace();
+    QTemporaryDir settings;
+    CommonUtils::SetSettingsFolder(settings.path());
+    sim::VirtualCard::instance().reset();
+
+    startHost(false); // warm the toolkit's own caches once for both sides
+    const double host = bench::medianOf(runs, [] { return startHost(false); });
+    const double withPlugin = bench::medianOf(runs, [] { return startHost(true); });
+    std::printf("cold start (median of %d): host with the plug-in %.2f ms vs host alone %.2f ms "
+                "(x%.2f, +%.2f ms)\n",
+                runs, withPlugin, host, withPlugin / host, withPlugin - host);
+    return 0;
+}
