@@ -1,6 +1,8 @@
 # The two commands of the README. Each installs what is missing, configures,
 # builds and then runs.
 PRESET ?= default
+# make run DEMO=scenarios/pin_demo.json plays another demo.
+DEMO ?= scenarios/demo.json
 BUILD_DIR := build
 
 .PHONY: all deps configure build run test clean format
@@ -20,7 +22,7 @@ test: build
 	@ctest --preset $(PRESET)
 
 run: build
-	@bash tools/run-demo.sh
+	@DEMO=$(DEMO) bash tools/run-demo.sh
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -4,13 +4,19 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 host=build/bin/linkhost
+demo="${DEMO:-scenarios/demo.json}"
+# Qt wants a private runtime folder; give it one rather than a warning.
+if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
+    export XDG_RUNTIME_DIR="$PWD/build/runtime"
+    mkdir -p "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
+fi
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     mkdir -p build/demo
     rm -f build/demo/*.png
-    "$host" --headless --scenario scenarios/demo.json \
+    "$host" --headless --scenario "$demo" \
         --screenshots build/demo --transcript build/demo/transcript.txt
     echo "demo: transcript in build/demo/transcript.txt, screenshots:"
     ls build/demo/*.png
 else
-    exec "$host" --setup scenarios/demo.json
+    exec "$host" --setup "$demo"
 fi
