@@ -21,6 +21,8 @@ namespace {
 constexpr int kMinPinLen = 4;
 constexpr int kMaxPinLen = 8;
 constexpr int kPukLen = 8;
+// Reads of the PIN status before the retry counters give up.
+constexpr int kCounterReads = 3;
 // The PIN type the plug-in always passes: the SIM's PIN 1.
 constexpr unsigned char kPinType = 0;
 // What the SDK reports when it does not know the number of attempts left.
@@ -81,6 +83,26 @@ bool mapSdkPinStatus(int status, unsigned char flag, E_DEVMGR_PIN_STATE* state)
     default:
         return false;
     }
+}
+
+// One line per read of the retry counters, in the PIN or the PUK wording;
+// `function` is the operation that reads.
+void traceCounterRead(const char* function, bool forPuk, bool answered, int status, int retries)
+{
+    const QByteArray now = DeviceMgrTrace::now();
+    const char* time = now.constData();
+    if (forPuk && answered)
+        qDebug("<======%s : %s : %s : UTPS_DevSrv_GetPinStatus Success retry %d ", time, LogicFile,
+               function, retries);
+    else if (forPuk)
+        qWarning("======>%s : %s : %s : UTPS_DevSrv_GetPinStatus Failed retry %d ", time, LogicFile,
+                 function, retries);
+    else if (answered)
+        qDebug("<===== %s : %s : %s : UTPS_DevSrv_GetPinStatus Success  PinStatus %d retry %d",
+               time, LogicFile, function, status, retries);
+    else
+        qWarning("=====> %s : %s : %s : UTPS_DevSrv_GetPinStatus Failed  PinStatus %d retry %d",
+                 time, LogicFile, function, status, retries);
 }
 
 bool settingIsOn(const QString& key)
@@ -378,49 +400,38 @@ int DeviceMgrUILogic::GetPinStatus(E_DEVMGR_PIN_STATE* penStatus)
 int DeviceMgrUILogic::GetPINRetryTimes()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        int status = 0;
-        unsigned char flag = 0;
-        unsigned char flag2 = 0;
-        unsigned char retries = 0;
-        if (UTPS_DevSrv_GetPinStatus(kPinType, &status, &flag, &flag2, &retries) !=
-            UTPS_ERROR_SUCCESS) {
-            qWarning("=====> %s : %s : %s : UTPS_DevSrv_GetPinStatus Failed  PinStatus %d retry %d",
-                     DM_TRACE_ARGS(LogicFile), status, int(retries));
-            continue;
-        }
-        qDebug("<===== %s : %s : %s : UTPS_DevSrv_GetPinStatus Success  PinStatus %d retry %d",
-               DM_TRACE_ARGS(LogicFile), status, int(retries));
-        m_nPinStatus = status;
-        m_iRetryTimes = retries;
-        // While the PUK is required the card's one counter is the PUK's.
-        return status == SDK_PIN_STATUS_PUK ? 0 : int(retries);
-    }
-    return -1;
+    if (!readRetryCounter(__FUNCTION__, false))
+        return -1;
+    // While the PUK is required the card's one counter is the PUK's.
+    return m_nPinStatus == SDK_PIN_STATUS_PUK ? 0 : m_iRetryTimes;
 }
 
 int DeviceMgrUILogic::GetPUKRetryTimes()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    if (!readRetryCounter(__FUNCTION__, true))
+        return -1;
+    // Outside the PUK state the card's one counter is the PIN's.
+    return m_nPinStatus == SDK_PIN_STATUS_PUK ? m_iRetryTimes : 0;
+}
+
+bool DeviceMgrUILogic::readRetryCounter(const char* function, bool forPuk)
+{
+    for (int attempt = 0; attempt < kCounterReads; ++attempt) {
         int status = 0;
         unsigned char flag = 0;
         unsigned char flag2 = 0;
         unsigned char retries = 0;
-        if (UTPS_DevSrv_GetPinStatus(kPinType, &status, &flag, &flag2, &retries) !=
-            UTPS_ERROR_SUCCESS) {
-            qWarning("======>%s : %s : %s : UTPS_DevSrv_GetPinStatus Failed retry %d ",
-                     DM_TRACE_ARGS(LogicFile), int(retries));
+        const bool answered = UTPS_DevSrv_GetPinStatus(kPinType, &status, &flag, &flag2,
+                                                       &retries) == UTPS_ERROR_SUCCESS;
+        traceCounterRead(function, forPuk, answered, status, retries);
+        if (!answered)
             continue;
-        }
-        qDebug("<======%s : %s : %s : UTPS_DevSrv_GetPinStatus Success retry %d ",
-               DM_TRACE_ARGS(LogicFile), int(retries));
         m_nPinStatus = status;
         m_iRetryTimes = retries;
-        // Outside the PUK state the card's one counter is the PIN's.
-        return status == SDK_PIN_STATUS_PUK ? int(retries) : 0;
+        return true;
     }
-    return -1;
+    return false;
 }
 
 bool DeviceMgrUILogic::isPINValid(QString& pin)
@@ -515,11 +526,7 @@ int DeviceMgrUILogic::processEnablePIN(int& retries, QString pin)
     const int result = UTPS_DevSrv_EnablePin(kPinType, code.get());
     qDebug("<===== %s : %s : %s :  UTPS_DevSrv_EnablePin return value %d ",
            DM_TRACE_ARGS(LogicFile), result);
-    if (result == UTPS_ERROR_SUCCESS) {
-        m_iRetryTimes = 0;
-        return result;
-    }
-    retries = reportRefusedRequest();
+    finishProtectionRequest(result, retries);
     return result;
 }
 
@@ -535,12 +542,18 @@ int DeviceMgrUILogic::processDisablePIN(int& retries, QString pin)
     const int result = UTPS_DevSrv_DisablePin(kPinType, code.get());
     qDebug("<===== %s : %s : %s :  UTPS_DevSrv_DisablePin return value  %d ",
            DM_TRACE_ARGS(LogicFile), result);
+    finishProtectionRequest(result, retries);
+    return result;
+}
+
+void DeviceMgrUILogic::finishProtectionRequest(int result, int& retries)
+{
+    // A success leaves `retries` as the caller had it.
     if (result == UTPS_ERROR_SUCCESS) {
         m_iRetryTimes = 0;
-        return result;
+        return;
     }
     retries = reportRefusedRequest();
-    return result;
 }
 
 int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)

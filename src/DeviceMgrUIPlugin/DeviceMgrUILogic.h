@@ -7,7 +7,8 @@
 #include <QString>
 
 // The plug-in's PIN state; also names the PIN request to carry out.
-enum E_DEVMGR_PIN_STATE {
+enum E_DEVMGR_PIN_STATE
+{
     DEVMGR_PIN_READY = 0,
     DEVMGR_PIN_VERIFY = 1,
     DEVMGR_PIN_ENABLE = 2,
@@ -19,7 +20,8 @@ enum E_DEVMGR_PIN_STATE {
 Q_DECLARE_METATYPE(E_DEVMGR_PIN_STATE)
 
 // Result codes of the access layer.
-enum {
+enum
+{
     DEVMGR_RESULT_SUCCESS = 0,
     DEVMGR_RESULT_SDK_FAILURE = 1,
     DEVMGR_RESULT_WWAN_PRIVILEGE = 14,
@@ -88,6 +90,13 @@ signals:
 
 private:
     DeviceMgrUILogic() = default;
+    // Up to three reads of the PIN status for the retry counters; the trace
+    // lines name `function` and take the PUK wording when `forPuk`. Stores
+    // the status and counter of the first answer; false when none came.
+    bool readRetryCounter(const char* function, bool forPuk);
+    // What an enable or disable request leaves behind: no counter after a
+    // success, the re-read state and counter after a refusal.
+    void finishProtectionRequest(int result, int& retries);
     // After a refused PIN request: re-reads the PIN state, emits it and
     // returns the refreshed retry counter.
     int reportRefusedRequest();

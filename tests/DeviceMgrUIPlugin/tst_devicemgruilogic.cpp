@@ -265,6 +265,8 @@ void TestDeviceMgrUILogic::selectDevice()
     m_host->card().addCard(first);
     m_host->card().addCard(second);
     QCOMPARE(m_host->card().currentCard(), 0);
+    auto single = makeList(1, "Single", 9); // leaves protocol 100 selected
+    m_logic->SetDeviceInfo(single.get());
     auto list = makeList(2, "unused", 0);
     m_logic->SetDeviceInfo(list.get());
     m_logic->GetSystemDevStatus(); // the card's current device becomes the selection
@@ -300,23 +302,31 @@ void TestDeviceMgrUILogic::selectDevice()
         QCOMPARE(m_logic->StoredCurrentDeviceName(), QString("First Card"));
         QCOMPARE(m_logic->CurrentPort(), 3);
     }
+    // A switch does not report the new protocol: the old one stays.
+    QCOMPARE(m_logic->GetCurrentDeviceProtocol(), 100);
 }
 
 void TestDeviceMgrUILogic::systemDevStatus_data()
 {
     QTest::addColumn<QString>("faultOn");
     QTest::addColumn<bool>("plugged");
+    QTest::addColumn<int>("reported"); // device status the card reports, -1 = its own
     QTest::addColumn<int>("status");
     QTest::addColumn<bool>("selects");
     QTest::addColumn<QString>("traceText");
 
-    QTest::newRow("available") << "" << true << 3 << true << "";
-    QTest::newRow("no device") << "" << false << 0 << false << "";
-    QTest::newRow("status fails") << "UTPS_DevSrv_GetDevStatus" << true << 0 << false
+    QTest::newRow("available") << "" << true << -1 << 3 << true << "";
+    QTest::newRow("initialising") << "" << true << 2 << 2 << false << "";
+    QTest::newRow("connected") << "" << true << 1 << 1 << false << "";
+    QTest::newRow("rejected") << "" << true << 4 << 4 << false << "";
+    // Status 0, then the name cannot be read: 0 either way.
+    QTest::newRow("no device") << "" << false << -1 << 0 << false
+                               << "UTPS_DevSrv_GetDeviceName returned error";
+    QTest::newRow("status fails") << "UTPS_DevSrv_GetDevStatus" << true << -1 << 0 << false
                                   << "UTPS_DevSrv_GetDevStatus returned error";
-    QTest::newRow("name fails") << "UTPS_DevSrv_GetDeviceName" << true << 0 << false
+    QTest::newRow("name fails") << "UTPS_DevSrv_GetDeviceName" << true << -1 << 0 << false
                                 << "UTPS_DevSrv_GetDeviceName returned error";
-    QTest::newRow("port fails") << "UTPS_DevSrv_GetDevicePort" << true << 0 << false
+    QTest::newRow("port fails") << "UTPS_DevSrv_GetDevicePort" << true << -1 << 0 << false
                                 << "UTPS_DevSrv_GetDevicePort returned error";
 }
 
@@ -324,6 +334,7 @@ void TestDeviceMgrUILogic::systemDevStatus()
 {
     QFETCH(QString, faultOn);
     QFETCH(bool, plugged);
+    QFETCH(int, reported);
     QFETCH(int, status);
     QFETCH(bool, selects);
     QFETCH(QString, traceText);
@@ -333,6 +344,8 @@ void TestDeviceMgrUILogic::systemDevStatus()
     config.port = 6;
     config.plugged = plugged;
     m_host->card().addCard(config);
+    if (reported >= 0)
+        QVERIFY(m_host->card().overrideDevStatus(reported));
     auto previous = makeList(1, "Previous", 2);
     m_logic->SetDeviceInfo(previous.get());
     if (!faultOn.isEmpty())
@@ -341,7 +354,8 @@ void TestDeviceMgrUILogic::systemDevStatus()
     TraceCapture trace;
     QCOMPARE(m_logic->GetSystemDevStatus(), status);
     if (!traceText.isEmpty())
-        QVERIFY2(trace.contains(traceText), qPrintable(trace.lines().join('\n')));
+        QVERIFY2(trace.contains("GetSystemDevStatus : " + traceText),
+                 qPrintable(trace.lines().join('\n')));
 
     if (selects) {
         // The SDK's short name field holds 23 characters and the terminator.

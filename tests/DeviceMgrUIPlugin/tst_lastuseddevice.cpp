@@ -45,6 +45,7 @@ private slots:
     void lastUsedName_data();
     void lastUsedName();
     void missingFile();
+    void unreadableRecord();
     void sdkFailure();
     void directoryWithoutSeparator();
     void directoryTraceCarriesBuildTime();
@@ -129,6 +130,17 @@ void TestLastUsedDevice::missingFile()
     TraceCapture trace;
     QCOMPARE(m_service->GetLastUsedDeviceName(), QString());
     QVERIFY(trace.contains(QString("File %1 does not exist").arg(dataDir() + kRecord)));
+}
+
+void TestLastUsedDevice::unreadableRecord()
+{
+    // Something of that name that cannot be opened as a file.
+    QVERIFY(QDir().mkpath(dataDir() + kRecord));
+    TraceCapture trace;
+    QCOMPARE(m_service->GetLastUsedDeviceName(), QString());
+    QVERIFY(trace.contains("Error open file: "));
+    QVERIFY(!trace.contains("does not exist"));
+    QCOMPARE(trace.matching("GetLastUsedDeviceName: Exit").size(), 2);
 }
 
 void TestLastUsedDevice::sdkFailure()

@@ -5,6 +5,7 @@
 #include "TraceCapture.h"
 #include "sim/VirtualCard.h"
 
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -52,6 +53,21 @@ int pinRequestCalls()
            callsOf("UTPS_DevSrv_UnblockPin").size();
 }
 
+// The states PinStateChanged carried, in order.
+QList<int> emittedStates(const QSignalSpy& spy)
+{
+    QList<int> states;
+    for (const QList<QVariant>& arguments : spy)
+        states.append(int(arguments.at(0).value<E_DEVMGR_PIN_STATE>()));
+    return states;
+}
+
+// No state (-1) or the one state a row expects.
+QList<int> expectedStates(int emitted)
+{
+    return emitted < 0 ? QList<int>{} : QList<int>{emitted};
+}
+
 } // namespace
 
 class TestPinOperations : public QObject
@@ -69,6 +85,8 @@ private slots:
     void validatePins();
     void pinStatusMapping_data();
     void pinStatusMapping();
+    void pinStatusAnswers_data();
+    void pinStatusAnswers();
     void pinStatusFailures();
     void retryReads_data();
     void retryReads();
@@ -82,6 +100,10 @@ private slots:
     void unlockPin();
     void modifyPin_data();
     void modifyPin();
+    void refusalWithoutState_data();
+    void refusalWithoutState();
+    void traceChannels_data();
+    void traceChannels();
     void enableDisableErrorCondition_data();
     void enableDisableErrorCondition();
 
@@ -219,6 +241,41 @@ void TestPinOperations::pinStatusMapping()
                                .arg(sdkStatus)));
 }
 
+void TestPinOperations::pinStatusAnswers_data()
+{
+    QTest::addColumn<int>("sdkStatus");
+    QTest::addColumn<int>("flag");
+    QTest::addColumn<int>("state"); // -1: the caller's value is left alone
+
+    QTest::newRow("2 with flag 0: PIN required") << 2 << 0 << 1;
+    QTest::newRow("2 with flag 1: ready") << 2 << 1 << 0;
+    QTest::newRow("2 with flag 255: ready") << 2 << 255 << 0;
+    QTest::newRow("0: no state") << 0 << 0 << -1;
+    QTest::newRow("5: no state") << 5 << 0 << -1;
+    QTest::newRow("6: no state") << 6 << 0 << -1;
+    QTest::newRow("7: no state") << 7 << 0 << -1;
+    QTest::newRow("9, above the table") << 9 << 0 << -1;
+    QTest::newRow("negative") << -1 << 0 << -1;
+}
+
+void TestPinOperations::pinStatusAnswers()
+{
+    QFETCH(int, sdkStatus);
+    QFETCH(int, flag);
+    QFETCH(int, state);
+
+    card().addCard(cardWith(false, 3));
+    QVERIFY(card().overridePinStatus(sdkStatus, uint8_t(flag)));
+    E_DEVMGR_PIN_STATE value = DEVMGR_PIN_MODIFY;
+    TraceCapture trace;
+    QCOMPARE(m_logic->GetPinStatus(&value), 0);
+    QCOMPARE(int(value), state < 0 ? int(DEVMGR_PIN_MODIFY) : state);
+    // The raw status and the counter are kept whether or not a state came of it.
+    QCOMPARE(m_logic->PinStatus(), sdkStatus);
+    QCOMPARE(m_logic->RetryTimes(), 3);
+    QVERIFY(trace.contains(QString("GetPinStatus passed retry 3 PinStatus - %1").arg(sdkStatus)));
+}
+
 void TestPinOperations::pinStatusFailures()
 {
     card().addCard(cardWith(true, 3));
@@ -272,7 +329,11 @@ void TestPinOperations::retryReads()
     QCOMPARE(int(callsOf("UTPS_DevSrv_GetPinStatus").size()), qMin(faults + 1, 3));
     QCOMPARE(m_logic->PinStatus(), sdkStatus);
     QCOMPARE(m_logic->RetryTimes(), counter);
-    QCOMPARE(trace.matching("UTPS_DevSrv_GetPinStatus Failed  PinStatus").size(), faults);
+    QCOMPARE(trace.matching("GetPINRetryTimes : UTPS_DevSrv_GetPinStatus Failed  PinStatus").size(),
+             faults);
+    QCOMPARE(
+        trace.matching("GetPINRetryTimes : UTPS_DevSrv_GetPinStatus Success  PinStatus").size(),
+        pinResult < 0 ? 0 : 1);
 
     card().clearCallLog();
     card().setFault("UTPS_DevSrv_GetPinStatus", 1, faults);
@@ -281,7 +342,10 @@ void TestPinOperations::retryReads()
     QCOMPARE(int(callsOf("UTPS_DevSrv_GetPinStatus").size()), qMin(faults + 1, 3));
     QCOMPARE(m_logic->PinStatus(), sdkStatus);
     QCOMPARE(m_logic->RetryTimes(), counter);
-    QCOMPARE(trace.matching("UTPS_DevSrv_GetPinStatus Failed retry").size(), faults);
+    QCOMPARE(trace.matching("GetPUKRetryTimes : UTPS_DevSrv_GetPinStatus Failed retry").size(),
+             faults);
+    QCOMPARE(trace.matching("GetPUKRetryTimes : UTPS_DevSrv_GetPinStatus Success retry").size(),
+             pukResult < 0 ? 0 : 1);
 }
 
 void TestPinOperations::processPin_data()
@@ -371,7 +435,7 @@ void TestPinOperations::verifyPin()
     QCOMPARE(left, retries);
     QCOMPARE(m_logic->PinStatus(), pinStatus);
     QCOMPARE(m_logic->RetryTimes(), 0);
-    QCOMPARE(spy.count(), 0);
+    QCOMPARE(emittedStates(spy), QList<int>());
 }
 
 void TestPinOperations::enableDisablePin_data()
@@ -448,12 +512,7 @@ void TestPinOperations::enableDisablePin()
     QCOMPARE(left, retries);
     QCOMPARE(m_logic->RetryTimes(), retryTimes);
     QCOMPARE(m_logic->PinStatus(), pinStatus);
-    if (emitted < 0) {
-        QCOMPARE(spy.count(), 0);
-    } else {
-        QCOMPARE(spy.count(), 1);
-        QCOMPARE(int(spy.at(0).at(0).value<E_DEVMGR_PIN_STATE>()), emitted);
-    }
+    QCOMPARE(emittedStates(spy), expectedStates(emitted));
 }
 
 void TestPinOperations::unlockPin_data()
@@ -584,12 +643,107 @@ void TestPinOperations::modifyPin()
     QCOMPARE(m_logic->RetryTimes(), retries);
     QCOMPARE(m_logic->PinStatus(), pinStatus);
     QCOMPARE(trace.contains("UTPS_DevSrv_ChangePin returned bad param,"), fault == 1);
-    if (emitted < 0) {
-        QCOMPARE(spy.count(), 0);
-    } else {
-        QCOMPARE(spy.count(), 1);
-        QCOMPARE(int(spy.at(0).at(0).value<E_DEVMGR_PIN_STATE>()), emitted);
-    }
+    QCOMPARE(emittedStates(spy), expectedStates(emitted));
+}
+
+void TestPinOperations::refusalWithoutState_data()
+{
+    QTest::addColumn<QString>("request");
+    QTest::addColumn<bool>("pinEnabled");
+    QTest::addColumn<int>("result");
+
+    QTest::newRow("enable") << "enable" << false << -1;
+    QTest::newRow("disable") << "disable" << true << -1;
+    QTest::newRow("modify") << "modify" << true << 1;
+}
+
+void TestPinOperations::refusalWithoutState()
+{
+    QFETCH(QString, request);
+    QFETCH(bool, pinEnabled);
+    QFETCH(int, result);
+
+    // A wrong PIN, and a card whose state then reads as a status without a
+    // mapping: the counter is still taken over and "ready" is reported, so
+    // the service keeps the request the user made.
+    card().addCard(cardWith(pinEnabled, 3));
+    QVERIFY(card().overridePinStatus(6));
+    QSignalSpy spy(m_logic, &DeviceMgrUILogic::PinStateChanged);
+    int left = kUntouched;
+    int outcome = 0;
+    if (request == "enable")
+        outcome = m_logic->processEnablePIN(left, "9999");
+    else if (request == "disable")
+        outcome = m_logic->processDisablePIN(left, "9999");
+    else
+        outcome = m_logic->ModifyPIN("9999", "5678", left);
+    QCOMPARE(outcome, result);
+    QCOMPARE(left, 2);
+    QCOMPARE(m_logic->RetryTimes(), 2);
+    QCOMPARE(m_logic->PinStatus(), 6);
+    QCOMPARE(emittedStates(spy), QList<int>{DEVMGR_PIN_READY});
+}
+
+void TestPinOperations::traceChannels_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("fault"); // function made to fail
+    QTest::addColumn<int>("result");    // its forced result
+    QTest::addColumn<bool>("warning");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("PIN status read fails") << "status"
+                                           << "UTPS_DevSrv_GetPinStatus" << 1 << true
+                                           << "GetPinStatus : UTPS_DevSrv_GetPinStatus failed";
+    QTest::newRow("PIN counter read fails")
+        << "pin tries"
+        << "UTPS_DevSrv_GetPinStatus" << 1 << true
+        << "GetPINRetryTimes : UTPS_DevSrv_GetPinStatus Failed  PinStatus 0 retry 0";
+    QTest::newRow("PUK counter read fails")
+        << "puk tries"
+        << "UTPS_DevSrv_GetPinStatus" << 1 << true
+        << "GetPUKRetryTimes : UTPS_DevSrv_GetPinStatus Failed retry 0 ";
+    QTest::newRow("unblock refused") << "unlock"
+                                     << "UTPS_DevSrv_UnblockPin" << -1 << true
+                                     << "UnlockPIN : UTPS_DevSrv_UnblockPin returned failure";
+    QTest::newRow("change refused") << "modify"
+                                    << "UTPS_DevSrv_ChangePin" << -1 << true
+                                    << "ModifyPIN : UTPS_DevSrv_ChangePin returned failure";
+    QTest::newRow("unblock bad parameter")
+        << "unlock"
+        << "UTPS_DevSrv_UnblockPin" << 1 << false
+        << "UnlockPIN : UTPS_DevSrv_UnblockPin returned bad param,";
+    QTest::newRow("change bad parameter")
+        << "modify"
+        << "UTPS_DevSrv_ChangePin" << 1 << false
+        << "ModifyPIN : UTPS_DevSrv_ChangePin returned bad param,";
+}
+
+void TestPinOperations::traceChannels()
+{
+    QFETCH(QString, operation);
+    QFETCH(QString, fault);
+    QFETCH(int, result);
+    QFETCH(bool, warning);
+    QFETCH(QString, text);
+
+    card().addCard(cardWith(true, 3));
+    card().setFault(fault.toStdString(), result, 3);
+    // Fails the test unless the line comes on that channel.
+    QTest::ignoreMessage(warning ? QtWarningMsg : QtDebugMsg,
+                         QRegularExpression(QRegularExpression::escape(text) + "$"));
+    int left = 0;
+    E_DEVMGR_PIN_STATE state = DEVMGR_PIN_READY;
+    if (operation == "status")
+        m_logic->GetPinStatus(&state);
+    else if (operation == "pin tries")
+        m_logic->GetPINRetryTimes();
+    else if (operation == "puk tries")
+        m_logic->GetPUKRetryTimes();
+    else if (operation == "unlock")
+        m_logic->UnlockPIN(kPuk, "4321", left);
+    else
+        m_logic->ModifyPIN(kPin, "4321", left);
 }
 
 void TestPinOperations::enableDisableErrorCondition_data()

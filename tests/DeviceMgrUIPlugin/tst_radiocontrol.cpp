@@ -13,6 +13,7 @@
 #include <SiblingInterfaces.h>
 #include <Startup.h>
 
+#include <QRegularExpression>
 #include <QtTest>
 
 #include <memory>
@@ -86,6 +87,9 @@ private slots:
     void powerEvents();
 
 private:
+    // The access layer on its own, initialised, with a device callback
+    // registered so that cards start.
+    DeviceMgrUILogic* standaloneLogic();
     // The service with its access layer and the card settled, the transcript
     // and the call log emptied.
     CDeviceMgrService* startedService(const sim::CardConfig& config);
@@ -109,6 +113,15 @@ void TestRadioControl::cleanup()
     m_host.reset();
 }
 
+DeviceMgrUILogic* TestRadioControl::standaloneLogic()
+{
+    if (UTPS_DevSrv_RegisterDevMgrCallback(ignoreEvent) != 0)
+        return nullptr;
+    m_logic = DeviceMgrUILogic::GetInstance();
+    m_logic->init();
+    return m_logic;
+}
+
 CDeviceMgrService* TestRadioControl::startedService(const sim::CardConfig& config)
 {
     m_host->card().addCard(config);
@@ -123,21 +136,33 @@ CDeviceMgrService* TestRadioControl::startedService(const sim::CardConfig& confi
 void TestRadioControl::switchRfMode_data()
 {
     QTest::addColumn<bool>("supported");
-    QTest::addColumn<int>("state");
+    QTest::addColumn<int>("state"); // as the card reports it
     QTest::addColumn<bool>("on");
     QTest::addColumn<QString>("faultOn");
     QTest::addColumn<int>("result");
     QTest::addColumn<int>("setTo"); // argument of the set call, -1 = no set call
     QTest::addColumn<int>("after"); // the card's software switch afterwards
+    QTest::addColumn<bool>("warning");
+    QTest::addColumn<QString>("line"); // the line that tells the outcome
 
-    QTest::newRow("on, already on") << true << 1 << true << "" << 0 << -1 << 1;
-    QTest::newRow("off, already off") << true << 0 << false << "" << 0 << -1 << 0;
-    QTest::newRow("on from off") << true << 0 << true << "" << 0 << 1 << 1;
-    QTest::newRow("off from on") << true << 1 << false << "" << 0 << 0 << 0;
-    QTest::newRow("not switchable, on") << false << 0 << true << "" << 15 << -1 << 0;
-    QTest::newRow("not switchable, off") << false << 1 << false << "" << 15 << -1 << 1;
-    QTest::newRow("read fails") << true << 0 << true << "UTPS_DevSrv_GetRFSwitch" << 1 << -1 << 0;
-    QTest::newRow("set fails") << true << 0 << true << "UTPS_DevSrv_SetRFSwitch" << 1 << 1 << 0;
+    const QString same = "device is already in same state";
+    const QString done = "UTPS_DevSrv_SetRFSwitch returned success";
+    const QString fixed = "device dosent support RF switch";
+    QTest::newRow("on, already on") << true << 1 << true << "" << 0 << -1 << 1 << false << same;
+    QTest::newRow("off, already off") << true << 0 << false << "" << 0 << -1 << 0 << false << same;
+    QTest::newRow("on from off") << true << 0 << true << "" << 0 << 1 << 1 << false << done;
+    QTest::newRow("off from on") << true << 1 << false << "" << 0 << 0 << 0 << false << done;
+    // Only exactly 1 and 0 count as being there already.
+    QTest::newRow("on from state 2") << true << 2 << true << "" << 0 << 1 << 1 << false << done;
+    QTest::newRow("off from state 2") << true << 2 << false << "" << 0 << 0 << 0 << false << done;
+    QTest::newRow("not switchable, on")
+        << false << 0 << true << "" << 15 << -1 << 0 << false << fixed;
+    QTest::newRow("not switchable, off")
+        << false << 1 << false << "" << 15 << -1 << 1 << false << fixed;
+    QTest::newRow("read fails") << true << 0 << true << "UTPS_DevSrv_GetRFSwitch" << 1 << -1 << 0
+                                << true << "UTPS_DevSrv_GetRFSwitch returned error";
+    QTest::newRow("set fails") << true << 0 << true << "UTPS_DevSrv_SetRFSwitch" << 1 << 1 << 0
+                               << true << "UTPS_DevSrv_SetRFSwitch returned error";
 }
 
 void TestRadioControl::switchRfMode()
@@ -149,14 +174,19 @@ void TestRadioControl::switchRfMode()
     QFETCH(int, result);
     QFETCH(int, setTo);
     QFETCH(int, after);
+    QFETCH(bool, warning);
+    QFETCH(QString, line);
 
-    QCOMPARE(UTPS_DevSrv_RegisterDevMgrCallback(ignoreEvent), 0);
-    m_logic = DeviceMgrUILogic::GetInstance();
-    m_logic->init();
+    QVERIFY(standaloneLogic());
     const int index = m_host->card().addCard(radioCard(supported, state));
+    // The card's own answer is 0 or 1; other states only come from a real card.
+    if (state != 0 && state != 1)
+        QVERIFY(m_host->card().overrideRfState(state));
     if (!faultOn.isEmpty())
         m_host->card().setFault(faultOn.toStdString(), 1, 1);
-    TraceCapture trace;
+    // Fails the test unless the line comes, on that channel.
+    QTest::ignoreMessage(warning ? QtWarningMsg : QtDebugMsg,
+                         QRegularExpression("SwitchRFMode : " + line + "$"));
     QCOMPARE(m_logic->SwitchRFMode(on), result);
 
     const QList<sim::CallRecord> sets = callsOf("UTPS_DevSrv_SetRFSwitch");
@@ -164,8 +194,6 @@ void TestRadioControl::switchRfMode()
     if (setTo >= 0)
         QCOMPARE(QString::fromStdString(sets.first().args), QString::number(setTo));
     QCOMPARE(m_host->card().card(index)->config.rf.sw, after);
-    QCOMPARE(trace.contains("device dosent support RF switch"), result == 15);
-    QCOMPARE(trace.contains("device is already in same state"), result == 0 && setTo < 0);
 }
 
 void TestRadioControl::offlineAndDetach_data()
@@ -186,9 +214,7 @@ void TestRadioControl::offlineAndDetach()
     QFETCH(bool, fault);
     QFETCH(int, result);
 
-    QCOMPARE(UTPS_DevSrv_RegisterDevMgrCallback(ignoreEvent), 0);
-    m_logic = DeviceMgrUILogic::GetInstance();
-    m_logic->init();
+    QVERIFY(standaloneLogic());
     const int index = m_host->card().addCard({});
     const char* function = offline ? "UTPS_DevSrv_SetOffline" : "UTPS_NetSrv_SetPSState";
     if (fault)
@@ -226,8 +252,7 @@ void TestRadioControl::detachSettings()
     QFETCH(QString, value);
     QFETCH(bool, on);
 
-    m_logic = DeviceMgrUILogic::GetInstance();
-    m_logic->init();
+    QVERIFY(standaloneLogic());
     // Absent keys are off.
     QVERIFY(!m_logic->IsIMSIDetachEnabled());
     QVERIFY(!m_logic->IsGPRSDetachEnabled());
@@ -264,24 +289,36 @@ void TestRadioControl::radioRequests_data()
     QTest::addColumn<bool>("supported");
     QTest::addColumn<int>("state");
     QTest::addColumn<QString>("faultOn");
+    QTest::addColumn<bool>("menu"); // the main-menu plug-in is there
     QTest::addColumn<int>("result");
     QTest::addColumn<QStringList>("sent");
+    QTest::addColumn<QString>("line");
 
     const QStringList none;
+    const QString enabled = "EnableRF : , SwitchRFMode returned Success";
+    const QString enableFailed = "EnableRF : , SwitchRFMode returned Error";
+    const QString disabled = "DisableRF : ,  returned SwitchRFMode Success";
+    const QString disableFailed = "DisableRF : ,  returned SwitchRFMode Error";
     QTest::newRow("enable from off")
-        << true << true << 0 << "" << 0 << QStringList{"broadcast 577 0 0"};
+        << true << true << 0 << "" << true << 0 << QStringList{"broadcast 577 0 0"} << enabled;
     QTest::newRow("enable, already on")
-        << true << true << 1 << "" << 0 << QStringList{"broadcast 577 0 0"};
-    QTest::newRow("enable, not switchable") << true << false << 0 << "" << 15 << none;
+        << true << true << 1 << "" << true << 0 << QStringList{"broadcast 577 0 0"} << enabled;
+    QTest::newRow("enable, not switchable")
+        << true << false << 0 << "" << true << 15 << none << enableFailed;
     QTest::newRow("enable, read fails")
-        << true << true << 0 << "UTPS_DevSrv_GetRFSwitch" << 1 << none;
+        << true << true << 0 << "UTPS_DevSrv_GetRFSwitch" << true << 1 << none << enableFailed;
+    QTest::newRow("enable, no main menu") << true << true << 0 << "" << false << 0 << none
+                                          << "EnableRF : , Main menu initialization failed";
     QTest::newRow("disable from on")
-        << false << true << 1 << "" << 0 << QStringList{"broadcast 576 0 0"};
+        << false << true << 1 << "" << true << 0 << QStringList{"broadcast 576 0 0"} << disabled;
     QTest::newRow("disable, already off")
-        << false << true << 0 << "" << 0 << QStringList{"broadcast 576 0 0"};
-    QTest::newRow("disable, not switchable") << false << false << 1 << "" << 0 << none;
+        << false << true << 0 << "" << true << 0 << QStringList{"broadcast 576 0 0"} << disabled;
+    QTest::newRow("disable, not switchable")
+        << false << false << 1 << "" << true << 0 << none << disableFailed;
     QTest::newRow("disable, set fails")
-        << false << true << 1 << "UTPS_DevSrv_SetRFSwitch" << 0 << none;
+        << false << true << 1 << "UTPS_DevSrv_SetRFSwitch" << true << 0 << none << disableFailed;
+    QTest::newRow("disable, no main menu") << false << true << 1 << "" << false << 0 << none
+                                           << "DisableRF : , initialization Main menu  failed";
 }
 
 void TestRadioControl::radioRequests()
@@ -290,14 +327,21 @@ void TestRadioControl::radioRequests()
     QFETCH(bool, supported);
     QFETCH(int, state);
     QFETCH(QString, faultOn);
+    QFETCH(bool, menu);
     QFETCH(int, result);
     QFETCH(QStringList, sent);
+    QFETCH(QString, line);
 
+    if (!menu)
+        m_host->container().registerPlugin(LinkPlugins::MainMenuClsid,
+                                           LinkPlugins::MainMenuInterface, nullptr);
     CDeviceMgrService* service = startedService(radioCard(supported, state));
     QVERIFY(service);
     if (!faultOn.isEmpty())
         m_host->card().setFault(faultOn.toStdString(), 1, 1);
+    TraceCapture trace;
     QCOMPARE(enable ? service->EnableRF() : service->DisableRF(), result);
+    QVERIFY2(trace.contains(line), qPrintable(trace.lines().join('\n')));
     QCOMPARE(notifications(), sent);
     // The menu is refreshed exactly when a notification went out.
     QCOMPARE(m_host->records("menu"), sent.isEmpty() ? QStringList() : QStringList{"RefreshMenu"});
@@ -357,9 +401,12 @@ void TestRadioControl::rfSwitchRefreshesMenuOnlyOnceLookedUp()
     service->onSignalRFSwitch(1, 1);
     QVERIFY(m_host->records("menu").isEmpty());
 
+    trace.clear();
     service->initMainMenuObj();
     service->onSignalRFSwitch(0, 0);
     QCOMPARE(m_host->records("menu"), QStringList{"RefreshMenu"});
+    QVERIFY(
+        trace.contains("onSignalRFSwitch : update radio menu on  UTPS_EVENT_DEV_RF_SWITCH event "));
 
     // Found once, kept: a later lookup failure does not lose it.
     m_host->container().registerPlugin(LinkPlugins::MainMenuClsid, LinkPlugins::MainMenuInterface,

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <optional>
 
 namespace {
 
@@ -95,6 +96,36 @@ int deviceStatus()
     return status;
 }
 
+// The answer an override stands in for, read through the C API: PIN status,
+// first flag and retries; radio state and support; or the device status.
+// Empty when the call fails.
+QList<int> sdkAnswer(const QString& kind)
+{
+    if (kind == "pin") {
+        int status = -99;
+        unsigned char flag = 99, flag2 = 99, retries = 99;
+        if (UTPS_DevSrv_GetPinStatus(0, &status, &flag, &flag2, &retries) != 0)
+            return {};
+        return {status, flag, retries};
+    }
+    if (kind == "rf") {
+        _UTPS_ST_RF_SWITCH rf{-99, -99};
+        if (UTPS_DevSrv_GetRFSwitch(&rf) != 0)
+            return {};
+        return {rf.nState, rf.nSupport};
+    }
+    return {deviceStatus()};
+}
+
+bool overrideAnswer(const QString& kind, std::optional<int> value, uint8_t flag)
+{
+    if (kind == "pin")
+        return card().overridePinStatus(value, flag);
+    if (kind == "rf")
+        return card().overrideRfState(value);
+    return card().overrideDevStatus(value);
+}
+
 const QList<int> kPinOffTail = {UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_NO_PIN,
                                 UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE};
 
@@ -141,6 +172,8 @@ private slots:
     void radioSwitch_data();
     void radioSwitch();
     void offlineAndDetach();
+    void answerOverrides_data();
+    void answerOverrides();
     void wwanAnswers_data();
     void wwanAnswers();
 };
@@ -844,6 +877,58 @@ void TestVirtualCard::offlineAndDetach()
     QCOMPARE(UTPS_NetSrv_SetPSState(0), 0);
     QVERIFY(card().card(index)->offline);
     QCOMPARE(card().card(index)->psState, 0);
+}
+
+void TestVirtualCard::answerOverrides_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<int>("flag");
+    QTest::addColumn<QList<int>>("model");      // the card's own answer
+    QTest::addColumn<QList<int>>("overridden"); // the answer while overridden
+
+    // A card with PIN protection off and 3 tries, radio on and switchable.
+    QTest::newRow("PIN status 2 with flag 1")
+        << "pin" << 2 << 1 << QList<int>{8, 0, 3} << QList<int>{2, 1, 3};
+    QTest::newRow("unmapped PIN status 6")
+        << "pin" << 6 << 0 << QList<int>{8, 0, 3} << QList<int>{6, 0, 3};
+    QTest::newRow("radio state 2") << "rf" << 2 << 0 << QList<int>{1, 1} << QList<int>{2, 1};
+    QTest::newRow("device initialising") << "dev" << 2 << 0 << QList<int>{3} << QList<int>{2};
+}
+
+void TestVirtualCard::answerOverrides()
+{
+    QFETCH(QString, kind);
+    QFETCH(int, value);
+    QFETCH(int, flag);
+    QFETCH(QList<int>, model);
+    QFETCH(QList<int>, overridden);
+
+    EventRecorder::registerDevMgr();
+    QVERIFY(!overrideAnswer(kind, value, uint8_t(flag))); // no card is current
+    card().addCard(cardConfig("Card A"));
+    const int second = card().addCard(cardConfig("Card B"));
+    QCOMPARE(sdkAnswer(kind), model);
+
+    QVERIFY(overrideAnswer(kind, value, uint8_t(flag)));
+    QCOMPARE(sdkAnswer(kind), overridden);
+    // Requests that change the model's state do not end it.
+    QCOMPARE(UTPS_DevSrv_SetRFSwitch(0), 0);
+    QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0);
+    unsigned char left = 0;
+    QCOMPARE(UTPS_DevSrv_VerifyPin(0, "1234", &left), 0);
+    QCOMPARE(sdkAnswer(kind), overridden);
+
+    // It belongs to the card that was current: another card answers for
+    // itself, and the first one still has it when it is current again.
+    const int secondPort = card().card(second)->config.port;
+    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", secondPort), 0);
+    QCOMPARE(sdkAnswer(kind), model);
+    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card A", "", card().card(0)->config.port), 0);
+    QCOMPARE(sdkAnswer(kind), overridden);
+
+    QVERIFY(overrideAnswer(kind, std::nullopt, 0));
+    QCOMPARE(sdkAnswer(kind), model);
 }
 
 void TestVirtualCard::wwanAnswers_data()

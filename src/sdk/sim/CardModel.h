@@ -7,6 +7,7 @@
 
 #include <utps.h>
 
+#include <optional>
 #include <string>
 
 namespace sim {
@@ -55,6 +56,16 @@ public:
     bool fingerprintPassed = false;
     bool offline = false;
     int psState = 1;
+
+    // Answers set through the control API in place of the model's.
+    struct PinStatusAnswer
+    {
+        int status = 0;
+        unsigned char flag = 0;
+    };
+    std::optional<PinStatusAnswer> pinStatusOverride;
+    std::optional<int> rfStateOverride;
+    std::optional<int> devStatusOverride;
 
 private:
     bool pinLocked() const;

@@ -182,7 +182,12 @@ public:
         // A fingerprint-locked card is present and answers; the lock is
         // reported by its own event, and the host shows the prompt for a
         // card that is available.
-        *status = card ? DEVICE_STATUS_AVAILABLE : DEVICE_STATUS_NO_DEVICE;
+        if (!card)
+            *status = DEVICE_STATUS_NO_DEVICE;
+        else if (card->devStatusOverride)
+            *status = static_cast<_UTPS_EN_DEVICE_STATUS>(*card->devStatusOverride);
+        else
+            *status = DEVICE_STATUS_AVAILABLE;
         return 0;
     }
 
@@ -214,9 +219,10 @@ public:
         const CardModel* card = pinCard(btType);
         if (!card || !status)
             return kFailed;
-        *status = card->pinStatus();
+        const auto& answer = card->pinStatusOverride;
+        *status = answer ? answer->status : card->pinStatus();
         if (flag)
-            *flag = 0;
+            *flag = answer ? answer->flag : 0;
         if (flag2)
             *flag2 = 0;
         if (retriesLeft)
@@ -262,7 +268,7 @@ public:
         if (!card || !rfSwitch)
             return kFailed;
         const RfConfig& rf = card->config().rf;
-        rfSwitch->nState = (rf.sw != 0 && rf.hw != 0) ? 1 : 0;
+        rfSwitch->nState = card->rfStateOverride.value_or((rf.sw != 0 && rf.hw != 0) ? 1 : 0);
         rfSwitch->nSupport = rf.supported ? 1 : 0;
         return 0;
     }

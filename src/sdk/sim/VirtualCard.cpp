@@ -213,6 +213,39 @@ void VirtualCard::powerEvent(uint32_t code)
     d->enqueueWords(UTPS_EVENT_DEV_POWER, {code});
 }
 
+bool VirtualCard::overridePinStatus(std::optional<int> status, uint8_t flag)
+{
+    Private::Lock lock(d->mutex);
+    CardModel* card = d->currentCard();
+    if (!card)
+        return false;
+    if (status)
+        card->pinStatusOverride = CardModel::PinStatusAnswer{*status, flag};
+    else
+        card->pinStatusOverride.reset();
+    return true;
+}
+
+bool VirtualCard::overrideRfState(std::optional<int> state)
+{
+    Private::Lock lock(d->mutex);
+    CardModel* card = d->currentCard();
+    if (!card)
+        return false;
+    card->rfStateOverride = state;
+    return true;
+}
+
+bool VirtualCard::overrideDevStatus(std::optional<int> status)
+{
+    Private::Lock lock(d->mutex);
+    CardModel* card = d->currentCard();
+    if (!card)
+        return false;
+    card->devStatusOverride = status;
+    return true;
+}
+
 void VirtualCard::setFault(const std::string& function, int result, int times)
 {
     utps::CallControl::instance().setFault(function, result, times);

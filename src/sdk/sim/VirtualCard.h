@@ -22,7 +22,8 @@
 
 namespace sim {
 
-struct SimConfig {
+struct SimConfig
+{
     // SIM status word as UTPS_DevSrv_GetSimStatus reports it and as carried by
     // the SIM-state event: 1..254 usable, 0 and 255 (or more) not usable.
     int status = 1;
@@ -34,13 +35,15 @@ struct SimConfig {
     int pukRetries = 10; // 0 = the SIM is blocked for good
 };
 
-struct RfConfig {
+struct RfConfig
+{
     bool supported = true;
     int sw = 1; // software radio switch, 1 on
     int hw = 1; // hardware radio switch, 1 on
 };
 
-struct CardConfig {
+struct CardConfig
+{
     std::string name = "Virtual Card";
     int port = 0; // 0 = next free port, from 1
     int protocol = 1;
@@ -48,25 +51,28 @@ struct CardConfig {
     bool plugged = true;
     SimConfig sim;
     RfConfig rf;
-    bool fingerprint = false;    // card stays locked until a good fingerprint
-    bool wwanPrivilege = false;  // the PIN belongs to the system's WWAN service
+    bool fingerprint = false;   // card stays locked until a good fingerprint
+    bool wwanPrivilege = false; // the PIN belongs to the system's WWAN service
 };
 
-struct HostConfig {
-    bool win7 = false;        // the system has its own WWAN service
-    int wwanReadyAfter = 0;   // UTPS_DevSrv_IsWWanReady succeeds from this poll on (0 = first)
+struct HostConfig
+{
+    bool win7 = false;      // the system has its own WWAN service
+    int wwanReadyAfter = 0; // UTPS_DevSrv_IsWWanReady succeeds from this poll on (0 = first)
     bool wwanServiceActive = true;
-    std::string userDataDir;  // returned by UTPS_GetUserDataDirectory; "" = SDK failure
+    std::string userDataDir; // returned by UTPS_GetUserDataDirectory; "" = SDK failure
 };
 
-struct CallRecord {
+struct CallRecord
+{
     std::string function; // e.g. "UTPS_DevSrv_VerifyPin"
     std::string args;     // e.g. "0, \"1234\""
     int result = 0;
 };
 
 // A snapshot of one card, for the host's panel and for tests.
-struct CardState {
+struct CardState
+{
     int index = -1;
     CardConfig config; // the current values (PIN, counters, radio ...)
     int pinStatus = 0; // UTPS_PIN_STATUS_...
@@ -112,6 +118,21 @@ public:
     void touchFingerprint(uint32_t state);
     // A power-management event (6616).
     void powerEvent(uint32_t code);
+
+    // Answers the current card gives in place of its model's, for values a
+    // real card can report but the model never reaches (a PIN status of 2
+    // with flag 1, an unmapped PIN status, a radio state other than 0/1, a
+    // device that is still initialising). Each holds for that card, through
+    // requests, plugs and switches, until it is cleared with nullopt or
+    // reset() runs. False (and nothing set) when no card is current.
+    //   overridePinStatus: UTPS_DevSrv_GetPinStatus reports `status` and the
+    //                      first flag `flag` (retries stay the model's).
+    //   overrideRfState:   UTPS_DevSrv_GetRFSwitch reports `state` as nState.
+    //   overrideDevStatus: UTPS_DevSrv_GetDevStatus reports `status`, one of
+    //                      the _UTPS_EN_DEVICE_STATUS values.
+    bool overridePinStatus(std::optional<int> status, uint8_t flag = 0);
+    bool overrideRfState(std::optional<int> state);
+    bool overrideDevStatus(std::optional<int> status);
 
     // The next `times` calls of `function` return `result` and do nothing
     // else. times < 0 = for ever.
