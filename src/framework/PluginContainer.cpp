@@ -107,8 +107,9 @@ PluginContainer::~PluginContainer()
     d->loaded.clear();
     for (const QPointer<QObject>& object : d->refused)
         delete object.data();
-    for (auto it = d->libraries.rbegin(); it != d->libraries.rend(); ++it)
-        (*it)->unload();
+    // The libraries stay mapped for the life of the process: a plug-in leaves
+    // pointers into its code behind (registered meta-types, queued events),
+    // and unmapping it buys nothing at exit.
 }
 
 void PluginContainer::registerPlugin(const QString& clsid, int interfaceNumber, QObject* plugin)

@@ -17,8 +17,8 @@ class LINKFRAMEWORK_EXPORT PluginContainer : public QObject, public IPluginConta
     Q_OBJECT
 public:
     explicit PluginContainer(QObject* parent = nullptr);
-    // Plug-in objects still alive are deleted while their code is mapped;
-    // only then are the libraries unloaded.
+    // Plug-in objects still alive are deleted; their libraries stay mapped
+    // until the process ends.
     ~PluginContainer() override;
 
     // Makes `plugin` answer GetPlugin(clsid, interfaceNumber). Not owned.
