@@ -322,10 +322,9 @@ void CDeviceMgrService::releaseData()
     if (m_pFPTimer)
         m_pFPTimer->stop();
 
-    deleteAndNull(m_pdialogInfoDlg);
-    m_pwidgetInfoDlg = nullptr;
-    m_plabelInfoLabel = nullptr;
-    m_playoutVBox = nullptr;
+    ExtendDialog* infoDialog = m_pdialogInfoDlg;
+    forgetInfoDlg();
+    delete infoDialog;
 
     deleteAndNull(m_pdialogFPInfoDlg);
     m_pwidgetFPInfoDlg = nullptr;

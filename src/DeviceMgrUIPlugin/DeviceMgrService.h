@@ -9,6 +9,7 @@
 //   DeviceMgrServiceDialogs.cpp  PIN dialogs
 //   DeviceMgrServiceRadio.cpp    radio, offline and power control
 //   DeviceMgrServiceFP.cpp       fingerprint prompt
+//   DeviceMgrServiceLastUsed.cpp last used device record
 #pragma once
 
 #include "DeviceMgrUILogic.h"
@@ -38,7 +39,8 @@ class QVBoxLayout;
 class SimDlg;
 
 // Notification codes sent to the other plug-ins.
-enum {
+enum
+{
     NTF_RF_OFF = 576,
     NTF_RF_ON = 577,
     NTF_SIM_READY = 578,
@@ -54,7 +56,8 @@ enum {
 };
 
 // Host notifications received through Notify.
-enum {
+enum
+{
     NTF_FRAME_SHOWN = 258,
     NTF_LANGUAGE_CHANGED = 320,
     NTF_CALL_INCOMING = 784,
@@ -246,6 +249,9 @@ public slots:
 private:
     CDeviceMgrService();
     ~CDeviceMgrService() override;
+    // Clears the information pop-up's pointers (not its timer, which the
+    // service keeps) once the dialog is gone or about to go.
+    void forgetInfoDlg();
 
     static CDeviceMgrService* m_pInstance;
     // The pointer the SDK callbacks use; set by Init.

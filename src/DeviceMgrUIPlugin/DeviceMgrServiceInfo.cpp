@@ -35,7 +35,8 @@ constexpr unsigned int kCallNotifications[] = {NTF_CALL_CONNECTED, NTF_CALL_INCO
                                                NTF_CALL_OUTGOING, NTF_CALL_ENDED};
 
 // Closes the application's active window when it is a dialog other than
-// `except` (a message box raised on top of a PIN dialog).
+// `except` (null: any dialog), such as a message box raised on top of a PIN
+// dialog.
 void closeActiveDialogExcept(const QWidget* except)
 {
     QWidget* active = QApplication::activeWindow();
@@ -44,14 +45,38 @@ void closeActiveDialogExcept(const QWidget* except)
     active->close();
 }
 
-// Closes a dialog that asks before it goes away, without asking: its own
-// message box (if any) first, then the dialog itself.
-void closeSimDlgSilently(SimDlg* dialog, bool serviceMsgBoxShown)
+// Closes a dialog that asks before it goes away, without asking: a message
+// box in front of it first (when one is up), then the dialog itself.
+void closeSimDlgSilently(SimDlg* dialog, bool serviceMsgBoxShown, const QWidget* keepActive)
 {
     if (dialog->m_bAsking || serviceMsgBoxShown)
-        closeActiveDialogExcept(dialog);
+        closeActiveDialogExcept(keepActive);
     dialog->m_bAskOnClose = false;
     dialog->close();
+}
+
+enum class NotifyLookup
+{
+    NoContainer,
+    NoPlugin,
+    NoInterface,
+    Found
+};
+
+// The host's notification service, through the container cached in
+// `container` (fetched the first time).
+NotifyLookup findNotifyService(IPluginContainer*& container, INotifyService*& service)
+{
+    service = nullptr;
+    if (!container)
+        container = Startup::GetPluginContainer();
+    if (!container)
+        return NotifyLookup::NoContainer;
+    QObject* plugin = container->GetPlugin(LinkPlugins::NotifyClsid, LinkPlugins::NotifyInterface);
+    if (!plugin)
+        return NotifyLookup::NoPlugin;
+    service = qobject_cast<INotifyService*>(plugin);
+    return service ? NotifyLookup::Found : NotifyLookup::NoInterface;
 }
 
 } // namespace
@@ -91,14 +116,18 @@ int CDeviceMgrService::createInfoDlg()
     // The parent window may go first (the host tears down its main window);
     // forget a dialog that is gone, but never a newer one built since.
     connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogInfoDlg != dialog)
-            return;
-        m_pdialogInfoDlg = nullptr;
-        m_pwidgetInfoDlg = nullptr;
-        m_plabelInfoLabel = nullptr;
-        m_playoutVBox = nullptr;
+        if (m_pdialogInfoDlg == dialog)
+            forgetInfoDlg();
     });
     return 0;
+}
+
+void CDeviceMgrService::forgetInfoDlg()
+{
+    m_pdialogInfoDlg = nullptr;
+    m_pwidgetInfoDlg = nullptr;
+    m_plabelInfoLabel = nullptr;
+    m_playoutVBox = nullptr;
 }
 
 void CDeviceMgrService::showInfoDlg(QString& text, int ms)
@@ -150,10 +179,7 @@ void CDeviceMgrService::hideInfoDlg()
     m_bInitialising = false;
     if (m_pdialogInfoDlg && m_pdialogInfoDlg->isVisible()) {
         ExtendDialog* dialog = m_pdialogInfoDlg;
-        m_pdialogInfoDlg = nullptr;
-        m_pwidgetInfoDlg = nullptr;
-        m_plabelInfoLabel = nullptr;
-        m_playoutVBox = nullptr;
+        forgetInfoDlg();
         dialog->close();
         dialog->deleteLater();
     }
@@ -175,7 +201,7 @@ void CDeviceMgrService::closePinDlg()
     qDebug("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg)
         return;
-    closeSimDlgSilently(m_pdialogVerifyPINDlg, m_bMsgBoxShown);
+    closeSimDlgSilently(m_pdialogVerifyPINDlg, m_bMsgBoxShown, m_pdialogVerifyPINDlg);
 }
 
 void CDeviceMgrService::closeAllPopups(bool closeChooser)
@@ -187,8 +213,9 @@ void CDeviceMgrService::closeAllPopups(bool closeChooser)
     closePinDlg();
     if (m_pdialogPINDlg)
         m_pdialogPINDlg->close();
+    // Any active dialog, the PUK dialog included: its silent close follows.
     if (m_pdialogPUKDlg)
-        closeSimDlgSilently(m_pdialogPUKDlg, m_bMsgBoxShown);
+        closeSimDlgSilently(m_pdialogPUKDlg, m_bMsgBoxShown, nullptr);
     if (m_pdialogModifyDlg)
         m_pdialogModifyDlg->close();
 
@@ -209,22 +236,19 @@ void CDeviceMgrService::closeAllPopups(bool closeChooser)
 void CDeviceMgrService::sendNotification(unsigned int code)
 {
     qDebug("%s: %s: %s: called", DM_TRACE_ARGS(kFile));
-    if (!m_pPluginContainer)
-        m_pPluginContainer = Startup::GetPluginContainer();
-    if (!m_pPluginContainer) {
+    INotifyService* notify = nullptr;
+    switch (findNotifyService(m_pPluginContainer, notify)) {
+    case NotifyLookup::NoContainer:
         qDebug("%s: %s: %s: Startup::GetPluginContainer() returned null ", DM_TRACE_ARGS(kFile));
         return;
-    }
-    QObject* plugin =
-        m_pPluginContainer->GetPlugin(LinkPlugins::NotifyClsid, LinkPlugins::NotifyInterface);
-    if (!plugin) {
+    case NotifyLookup::NoPlugin:
         qDebug("%s: %s: %s: GetPlugin (NOTIFY_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
         return;
-    }
-    auto* notify = qobject_cast<INotifyService*>(plugin);
-    if (!notify) {
+    case NotifyLookup::NoInterface:
         qDebug("%s: %s: %s: Notify object is null", DM_TRACE_ARGS(kFile));
         return;
+    case NotifyLookup::Found:
+        break;
     }
     // Only the mini frame shows the device state and the PIN status itself.
     if (code == NTF_MINIFRAME_DEVICE_STATE || code == NTF_UPDATE_PINSTATUS) {
@@ -237,14 +261,8 @@ void CDeviceMgrService::sendNotification(unsigned int code)
 void CDeviceMgrService::subscribeCallNotification()
 {
     qDebug("Start: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
-    if (!m_pPluginContainer)
-        m_pPluginContainer = Startup::GetPluginContainer();
-    if (!m_pPluginContainer)
-        return;
-    QObject* plugin =
-        m_pPluginContainer->GetPlugin(LinkPlugins::NotifyClsid, LinkPlugins::NotifyInterface);
-    auto* notify = qobject_cast<INotifyService*>(plugin);
-    if (!notify)
+    INotifyService* notify = nullptr;
+    if (findNotifyService(m_pPluginContainer, notify) != NotifyLookup::Found)
         return;
     for (unsigned int code : kCallNotifications)
         notify->Subscribe(LinkPlugins::CallServiceClsid, code);

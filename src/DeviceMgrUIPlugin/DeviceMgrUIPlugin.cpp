@@ -61,6 +61,8 @@ bool CDeviceMgrUI::IsAllowRelease()
 bool CDeviceMgrUI::QueryInterface(int iid, QObject** ppObject)
 {
     qDebug("%s: %s called", PluginFile, __FUNCTION__);
+    // Without a place to put the service there is nothing to hand out: a null
+    // output pointer is refused rather than written through.
     if (iid != DeviceMgrInterface || !ppObject)
         return false;
     m_pDeviceMgrService = CDeviceMgrService::instance();

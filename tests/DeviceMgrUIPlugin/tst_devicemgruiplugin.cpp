@@ -1,6 +1,7 @@
 // The built module as the host sees it: loaded through the real container,
 // cast by interface identifier, queried for the service, shut down; and the
 // whole host playing the lifecycle scenario.
+#include "DeviceMgrService.h"
 #include "DeviceMgrUIPlugin.h"
 #include "HostFixture.h"
 #include "PluginContainer.h"
@@ -105,6 +106,10 @@ private slots:
     void changeLang_data();
     void changeLang();
     void isAllowReleaseAfterOnDestroy();
+    void initGivesTheServiceResult_data();
+    void initGivesTheServiceResult();
+    void onDestroyForgetsTheService();
+    void unregisterBeforeInitMakesAService();
     void shutdownUnregistersInOrder();
     void loadedModuleRunsWithTheHost();
     void scenarioLifecycle();
@@ -112,6 +117,11 @@ private slots:
 
 void TestDeviceMgrUIPlugin::initTestCase()
 {
+    // The loaded module registers this type by name too, and the container
+    // unmaps the module after each test: registered here first, the name
+    // keeps pointing at this binary's copy, which the tests that start a
+    // service of their own use.
+    qRegisterMetaType<E_DEVMGR_PIN_STATE>("E_DEVMGR_PIN_STATE");
     QVERIFY2(!pluginDir().isEmpty(), "LINK_PLUGIN_DIR is not set (run through ctest)");
     QVERIFY2(QFile::exists(modulePath()), qPrintable(modulePath()));
 }
@@ -275,6 +285,10 @@ void TestDeviceMgrUIPlugin::identity()
     QVERIFY(plugin->GetCLSID().isNull());
     QCOMPARE(plugin->GetPluginName(), QString("DeviceMgrUI"));
     QCOMPARE(plugin->GetPluginType(), 1u);
+    QCOMPARE(plugin->GetVersion(), 0u);
+    QCOMPARE(plugin->GetLastError(), 0);
+    QCOMPARE(plugin->DoModal(), 0);
+    QVERIFY(plugin->IsReady());
 }
 
 void TestDeviceMgrUIPlugin::changeLang_data()
@@ -311,6 +325,65 @@ void TestDeviceMgrUIPlugin::isAllowReleaseAfterOnDestroy()
     plugin->UnSDKRegisterEvent();
     plugin->OnDestroy();
     QVERIFY(!plugin->IsAllowRelease());
+}
+
+void TestDeviceMgrUIPlugin::initGivesTheServiceResult_data()
+{
+    QTest::addColumn<QString>("failing");
+    QTest::addColumn<int>("result");
+    QTest::newRow("all registered") << QString() << 1;
+    QTest::newRow("init callback refused") << "UTPS_DevSrv_RegisterDevInitEventCallback" << 0;
+    QTest::newRow("multi-device callback refused")
+        << "UTPS_DevSrv_RegisterMultiDeviceEventCallback" << 0;
+}
+
+void TestDeviceMgrUIPlugin::initGivesTheServiceResult()
+{
+    QFETCH(QString, failing);
+    QFETCH(int, result);
+    HostFixture host;
+    if (!failing.isEmpty())
+        host.card().setFault(failing.toStdString(), 1, 1);
+    CDeviceMgrUI plugin;
+    QVERIFY(!CDeviceMgrService::existingInstance());
+    QCOMPARE(plugin.Init(), result);
+    QVERIFY(CDeviceMgrService::existingInstance());
+}
+
+void TestDeviceMgrUIPlugin::onDestroyForgetsTheService()
+{
+    HostFixture host;
+    CDeviceMgrUI plugin;
+    QCOMPARE(plugin.Init(), 1);
+    QObject* output = nullptr;
+    QVERIFY(plugin.QueryInterface(CDeviceMgrUI::DeviceMgrInterface, &output));
+    QCOMPARE(plugin.cachedService(), CDeviceMgrService::existingInstance());
+    QCOMPARE(static_cast<QObject*>(plugin.cachedService()), output);
+    QPointer<QObject> old = output;
+
+    plugin.UnSDKRegisterEvent();
+    plugin.OnDestroy();
+    QVERIFY(old.isNull());
+    // Checked without reading through it: a stale pointer would be dangling.
+    QVERIFY(!plugin.cachedService());
+    QCOMPARE(CDeviceMgrService::existingInstance(), nullptr);
+
+    // Asked again, the plug-in hands out a new service.
+    QObject* again = nullptr;
+    QVERIFY(plugin.QueryInterface(CDeviceMgrUI::DeviceMgrInterface, &again));
+    QVERIFY(again);
+    QCOMPARE(static_cast<QObject*>(CDeviceMgrService::existingInstance()), again);
+    QCOMPARE(static_cast<QObject*>(plugin.cachedService()), again);
+}
+
+void TestDeviceMgrUIPlugin::unregisterBeforeInitMakesAService()
+{
+    HostFixture host;
+    CDeviceMgrUI plugin;
+    QVERIFY(!CDeviceMgrService::existingInstance());
+    plugin.UnSDKRegisterEvent();
+    QVERIFY(CDeviceMgrService::existingInstance());
+    QCOMPARE(unregistrations(host.card()), kUnregisterOrder);
 }
 
 void TestDeviceMgrUIPlugin::shutdownUnregistersInOrder()

@@ -1,7 +1,10 @@
 // The service's information pop-up: one modal box for one line of device
-// news, replaced in place by newer news and hidden by its own timer.
+// news, replaced in place by newer news and hidden by its own timer; and the
+// closing of every pop-up the service has open.
+#include "DeviceMgrChooseDevice.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
+#include "SimDlg.h"
 #include "TraceCapture.h"
 #include "sim/VirtualCard.h"
 
@@ -9,6 +12,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPointer>
 #include <QTest>
 #include <QTimer>
@@ -35,6 +39,14 @@ QString labelText(ExtendDialog* dialog)
     return label ? label->text() : QStringLiteral("<no label>");
 }
 
+// Shows `window` and makes it the application's active window.
+bool bringToFront(QWidget* window)
+{
+    window->show();
+    window->activateWindow();
+    return QTest::qWaitFor([window] { return QApplication::activeWindow() == window; });
+}
+
 } // namespace
 
 class tst_InfoPopup : public QObject
@@ -51,6 +63,12 @@ private slots:
     void hideOfHiddenDialogKeepsItAndClearsInitialising();
     void hideOfVisibleDialogForgetsIt();
     void timerIsChildOfServiceAndReused();
+    void closeAllPopupsClosesPinDialogsSilently_data();
+    void closeAllPopupsClosesPinDialogsSilently();
+    void closeAllPopupsLooksAtActiveWindow_data();
+    void closeAllPopupsLooksAtActiveWindow();
+    void closePinDlgClosesItsQuestionFirst_data();
+    void closePinDlgClosesItsQuestionFirst();
 
 private:
     std::unique_ptr<HostFixture> m_host;
@@ -88,10 +106,17 @@ void tst_InfoPopup::buildsTheNamedFixedSizeModalBox()
     QCOMPARE(dialog->windowTitle(), QStringLiteral(" "));
     QCOMPARE(dialog->parentWidget(), m_host->mainWindow());
     QCOMPARE(dialog->WidgetType(), WIDGET_TYPE_POPUP);
-    const Qt::WindowFlags flags = dialog->windowFlags();
-    QVERIFY(flags.testFlag(Qt::WindowTitleHint));
-    QVERIFY(flags.testFlag(Qt::CustomizeWindowHint));
-    QVERIFY(!flags.testFlag(Qt::WindowCloseButtonHint));
+    // Window, title hint, customised frame: no system buttons.
+    QCOMPARE(dialog->windowFlags(), Qt::WindowFlags(0x2001001));
+
+    // The label, word-wrapped, is the only thing in the content widget.
+    auto* layout = dialog->findChild<QVBoxLayout*>(QStringLiteral("DeviceMgrUI_layoutVBox"));
+    QCOMPARE(layout->count(), 1);
+    auto* label = qobject_cast<QLabel*>(layout->itemAt(0)->widget());
+    QVERIFY(label);
+    QCOMPARE(label->objectName(), QStringLiteral("DeviceMgrUI_labelInfoLabel"));
+    QVERIFY(label->wordWrap());
+    QCOMPARE(layout->parentWidget(), dialog->MainWidget());
 }
 
 void tst_InfoPopup::secondTextReplacesFirstAndRestartsTimer()
@@ -103,7 +128,9 @@ void tst_InfoPopup::secondTextReplacesFirstAndRestartsTimer()
     QCOMPARE(m_service->infoTimer()->interval(), 10000);
 
     QString second = QStringLiteral("initialising");
+    TraceCapture trace;
     m_service->showInfoDlg(second, 150);
+    QCOMPARE(trace.matching(QStringLiteral("showInfoDlg : , return set dlg text")).size(), 1);
 
     QCOMPARE(m_service->infoDialog(), dialog.data());
     QCOMPARE(visibleInfoDialogs().size(), 1);
@@ -201,6 +228,86 @@ void tst_InfoPopup::timerIsChildOfServiceAndReused()
     QCOMPARE(m_service->infoTimer(), timer.data());
     QCOMPARE(timer->interval(), 3000);
     QVERIFY(timer->isActive());
+}
+
+void tst_InfoPopup::closeAllPopupsClosesPinDialogsSilently_data()
+{
+    QTest::addColumn<bool>("closeChooser");
+    QTest::newRow("chooser too") << true;
+    QTest::newRow("chooser stays") << false;
+}
+
+void tst_InfoPopup::closeAllPopupsClosesPinDialogsSilently()
+{
+    QFETCH(bool, closeChooser);
+
+    QCOMPARE(m_service->createVerifyPINDlg(), 0);
+    QCOMPARE(m_service->createPINDlg(), 0);
+    QCOMPARE(m_service->createPUKDlg(), 0);
+    QCOMPARE(m_service->createModifyDlg(), 0);
+    m_service->ShowChooseDevice();
+    QPointer<ChooseDevExtendDialog> chooserDialog = m_service->chooser()->dialog();
+    QVERIFY(chooserDialog);
+    const QList<QWidget*> pinDialogs = {m_service->verifyPinDialog(), m_service->pinDialog(),
+                                        m_service->pukDialog(), m_service->modifyDialog()};
+    for (QWidget* dialog : pinDialogs)
+        dialog->show();
+
+    m_service->closeAllPopups(closeChooser);
+
+    for (QWidget* dialog : pinDialogs)
+        QVERIFY2(!dialog->isVisible(), qPrintable(dialog->objectName()));
+    // The dialogs that ask before closing went without a question, and ask
+    // again when the user closes them next time.
+    QVERIFY(m_host->messages().isEmpty());
+    QVERIFY(m_service->verifyPinDialog()->m_bAskOnClose);
+    QVERIFY(m_service->pukDialog()->m_bAskOnClose);
+    QCOMPARE(chooserDialog.isNull() || !chooserDialog->isVisible(), closeChooser);
+}
+
+void tst_InfoPopup::closeAllPopupsLooksAtActiveWindow_data()
+{
+    QTest::addColumn<bool>("messageBox");
+    QTest::addColumn<bool>("closed");
+    QTest::newRow("message box in front") << true << true;
+    // The service has no message box of its own up.
+    QTest::newRow("other dialog in front") << false << false;
+}
+
+void tst_InfoPopup::closeAllPopupsLooksAtActiveWindow()
+{
+    QFETCH(bool, messageBox);
+    QFETCH(bool, closed);
+
+    std::unique_ptr<QDialog> front(messageBox ? new QMessageBox : new QDialog);
+    QVERIFY(bringToFront(front.get()));
+    m_service->closeAllPopups(false);
+    QCOMPARE(!front->isVisible(), closed);
+}
+
+void tst_InfoPopup::closePinDlgClosesItsQuestionFirst_data()
+{
+    QTest::addColumn<bool>("asking");
+    QTest::newRow("its question is up") << true;
+    QTest::newRow("no question") << false;
+}
+
+void tst_InfoPopup::closePinDlgClosesItsQuestionFirst()
+{
+    QFETCH(bool, asking);
+
+    QCOMPARE(m_service->createVerifyPINDlg(), 0);
+    SimDlg* verify = m_service->verifyPinDialog();
+    verify->show();
+    // A dialog standing for the question in front of it.
+    QDialog question;
+    QVERIFY(bringToFront(&question));
+    verify->m_bAsking = asking;
+
+    m_service->closePinDlg();
+    QVERIFY(!verify->isVisible());
+    QCOMPARE(question.isVisible(), !asking);
+    QVERIFY(m_host->messages().isEmpty());
 }
 
 QTEST_MAIN(tst_InfoPopup)

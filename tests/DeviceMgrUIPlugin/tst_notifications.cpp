@@ -44,8 +44,8 @@ private slots:
 
     void routes_data();
     void routes();
-    void withoutContainerWritesOneLine();
-    void withoutNotificationPluginWritesOneLine();
+    void missingNotificationServiceWritesOneLine_data();
+    void missingNotificationServiceWritesOneLine();
     void containerIsKeptAfterFirstFetch();
     void subscribesToCallNotificationsInOrder();
     void subscribedCallNotificationsReachTheService();
@@ -94,29 +94,42 @@ void tst_Notifications::routes()
     QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{record});
 }
 
-void tst_Notifications::withoutContainerWritesOneLine()
+void tst_Notifications::missingNotificationServiceWritesOneLine_data()
 {
-    Startup::SetPluginContainer(nullptr);
-    TraceCapture trace;
-    m_service->sendNotification(579);
-    Startup::SetPluginContainer(&m_host->container());
-
-    QCOMPARE(trace.matching(QStringLiteral("Startup::GetPluginContainer() returned null ")).size(),
-             1);
-    QVERIFY(m_host->records(QStringLiteral("notify")).isEmpty());
+    QTest::addColumn<QString>("missing");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("no container")
+        << "container"
+        << "sendNotification: Startup::GetPluginContainer() returned null ";
+    QTest::newRow("no notification plug-in")
+        << "plug-in"
+        << "sendNotification: GetPlugin (NOTIFY_PLUGIN) returned NULL";
+    QTest::newRow("plug-in without the interface") << "interface"
+                                                   << "sendNotification: Notify object is null";
 }
 
-void tst_Notifications::withoutNotificationPluginWritesOneLine()
+void tst_Notifications::missingNotificationServiceWritesOneLine()
 {
-    PluginContainer empty;
-    Startup::SetPluginContainer(&empty);
+    QFETCH(QString, missing);
+    QFETCH(QString, line);
+
+    PluginContainer bare;
+    QObject notANotifier;
+    if (missing == QLatin1String("interface"))
+        bare.registerPlugin(QString::fromLatin1(LinkPlugins::NotifyClsid),
+                            LinkPlugins::NotifyInterface, &notANotifier);
+    Startup::SetPluginContainer(missing == QLatin1String("container") ? nullptr : &bare);
     TraceCapture trace;
     m_service->sendNotification(579);
     m_service->sendNotification(1027);
+    m_service->subscribeCallNotification();
     Startup::SetPluginContainer(&m_host->container());
 
-    QCOMPARE(trace.matching(QStringLiteral("GetPlugin (NOTIFY_PLUGIN) returned NULL")).size(), 2);
+    // One line per notification, and the subscription gives up quietly.
+    QCOMPARE(trace.matching(line).size(), 2);
+    QCOMPARE(trace.lines().size(), 2 * 2 + 1);
     QVERIFY(m_host->records(QStringLiteral("notify")).isEmpty());
+    QVERIFY(m_host->records(QStringLiteral("subscribe")).isEmpty());
 }
 
 void tst_Notifications::containerIsKeptAfterFirstFetch()

@@ -6,12 +6,15 @@
 namespace {
 QMutex g_mutex;
 QStringList g_lines;
+QStringList g_warnings;
 QtMessageHandler g_previous = nullptr;
 
-void capture(QtMsgType, const QMessageLogContext&, const QString& message)
+void capture(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     QMutexLocker lock(&g_mutex);
     g_lines.append(message);
+    if (type == QtWarningMsg)
+        g_warnings.append(message);
 }
 } // namespace
 
@@ -32,6 +35,12 @@ QStringList TraceCapture::lines() const
     return g_lines;
 }
 
+QStringList TraceCapture::warnings() const
+{
+    QMutexLocker lock(&g_mutex);
+    return g_warnings;
+}
+
 QStringList TraceCapture::matching(const QString& text) const
 {
     return lines().filter(text);
@@ -41,4 +50,5 @@ void TraceCapture::clear()
 {
     QMutexLocker lock(&g_mutex);
     g_lines.clear();
+    g_warnings.clear();
 }

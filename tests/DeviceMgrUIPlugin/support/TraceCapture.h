@@ -12,6 +12,8 @@ public:
     TraceCapture& operator=(const TraceCapture&) = delete;
 
     QStringList lines() const;
+    // The lines written to the warning channel.
+    QStringList warnings() const;
     // Lines that contain `text`.
     QStringList matching(const QString& text) const;
     bool contains(const QString& text) const { return !matching(text).isEmpty(); }
