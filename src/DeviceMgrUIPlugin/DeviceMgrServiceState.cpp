@@ -30,6 +30,11 @@ constexpr int kInfoLongMs = 10000;
 
 const Qt::WindowFlags kMessageFlags(0x2001001);
 
+bool isInitEvent(qint32 event)
+{
+    return event >= UTPS_EVENT_DEV_INIT_BEGIN && event <= UTPS_EVENT_DEV_FPLOCK;
+}
+
 bool isUsableSimWord(unsigned int word)
 {
     return word >= 1 && word <= 254;
@@ -48,19 +53,52 @@ int queryProductType(int current)
     return type;
 }
 
-void storeProductType(int type)
+// Reads the product type into `type` and records it for the other plug-ins.
+void readAndStoreProductType(int& type)
 {
+    type = queryProductType(type);
     CommonUtils::SetSettings(QStringLiteral("Device"), QStringLiteral("ProductType"),
                              QString::number(type));
 }
 
-// A switch between a UIM and a SIM card, both types known, replaces every
-// device-specific plug-in, not only those the container sees changing.
+QByteArray numberText(int value)
+{
+    return QByteArray::number(value);
+}
+
+// The first step of both device detection and device change, traced under
+// the name of the step that runs it.
+void markDeviceActive(const char* function, bool& deviceAvailable, int& productType)
+{
+    qDebug("%s : %s : %s : m_bDeviceAvialable = true", DM_TRACE_AS(function));
+    deviceAvailable = true;
+    readAndStoreProductType(productType);
+    qDebug("%s : %s : %s : enter ProductType : %s", DM_TRACE_AS(function),
+           numberText(productType).constData());
+}
+
+// A switch between a UIM and a SIM card, both types known, reloads every
+// plug-in tied to the card, not only those the container sees changing.
 bool needsFullReload(int currentType, int previousType)
 {
     if (currentType == previousType)
         return false;
     return currentType != kProductTypeUnknown && previousType != kProductTypeUnknown;
+}
+
+void refreshMenu(IMainMenuUI* menu)
+{
+    if (menu)
+        menu->RefreshMenu();
+}
+
+// The card is gone or being reset: its menu entries are greyed out.
+void disableDeviceMenu(IMainMenuUI* menu)
+{
+    if (!menu)
+        return;
+    menu->RefreshDeviceMenu();
+    menu->DisableDeviceMenu();
 }
 
 QWidget* mainFrameWindow()
@@ -93,11 +131,6 @@ void refreshMiniFrame()
         return;
     }
     miniFrame->Refresh();
-}
-
-QByteArray numberText(int value)
-{
-    return QByteArray::number(value);
 }
 
 } // namespace
@@ -175,8 +208,7 @@ void CDeviceMgrService::handleFrameShown()
         return;
     }
     m_strCurDeviceName = m_pUILogic->GetCurrentDeviceName();
-    m_nCurProductType = queryProductType(m_nCurProductType);
-    storeProductType(m_nCurProductType);
+    readAndStoreProductType(m_nCurProductType);
 }
 
 void CDeviceMgrService::InitOnMainFrameShow()
@@ -211,8 +243,7 @@ void CDeviceMgrService::showInvalidSimMsg()
     hideInfoDlg();
     closeAllPopups(false);
     initMainMenuObj();
-    if (m_pMainMenu)
-        m_pMainMenu->RefreshMenu();
+    refreshMenu(m_pMainMenu);
 
     QString text = tr(QStringLiteral("IDS_SIM_INVALID"));
     if (!text.isEmpty()) {
@@ -245,6 +276,9 @@ void CDeviceMgrService::showInvalidSimMsg()
 
 void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
 {
+    // Only the init range is handled here; anything else is not ours.
+    if (!isInitEvent(event))
+        return;
     if (CommonUtils::IsShuttingDown()) {
         qDebug("%s : %s : %s : signals ignored: App Shutting down ", DM_TRACE_ARGS(kFile));
         return;
@@ -252,8 +286,7 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
     switch (event) {
     case UTPS_EVENT_DEV_INIT_BEGIN:
         // Later begin events of the same start-up change nothing.
-        if (!m_bInitialising)
-            m_bInitialising = true;
+        m_bInitialising = true;
         break;
     case UTPS_EVENT_DEV_SIM_INVALID:
         m_bValidSim = false;
@@ -261,11 +294,6 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
             emit signalSIMframelaunched();
         break;
     case UTPS_EVENT_DEV_INIT_SUCCESS:
-        m_bDeviceAvialable = true;
-        qDebug("%s : %s : %s : got event(UTPS_EVENT_DEV_INIT_SUCCESS)", DM_TRACE_ARGS(kFile));
-        if (m_bValidSim)
-            qDebug("%s : %s : %s : close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)",
-                   DM_TRACE_ARGS(kFile));
         handleInitSuccess();
         break;
     case UTPS_EVENT_DEV_CHECK_PIN:
@@ -298,8 +326,14 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
 
 void CDeviceMgrService::handleInitSuccess()
 {
-    if (m_bValidSim)
+    m_bDeviceAvialable = true;
+    qDebug("%s : %s : %s : got event(UTPS_EVENT_DEV_INIT_SUCCESS)",
+           DM_TRACE_AS("deviceMgrInitEventHandler"));
+    if (m_bValidSim) {
+        qDebug("%s : %s : %s : close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)",
+               DM_TRACE_AS("deviceMgrInitEventHandler"));
         closeAllPopups(false);
+    }
     initMainMenuObj();
     if (m_pMainMenu)
         m_pMainMenu->RefreshDeviceMenu();
@@ -330,10 +364,7 @@ void CDeviceMgrService::handleInitReset()
     if (m_bFrameShown) {
         closeAllPopups(true);
         initMainMenuObj();
-        if (m_pMainMenu) {
-            m_pMainMenu->RefreshDeviceMenu();
-            m_pMainMenu->DisableDeviceMenu();
-        }
+        disableDeviceMenu(m_pMainMenu);
     }
     if (m_pUILogic)
         m_pUILogic->ClearDeviceInfo();
@@ -354,8 +385,7 @@ void CDeviceMgrService::onDeviceInitFinishHandler()
         checkPIN();
     }
     initMainMenuObj();
-    if (m_pMainMenu)
-        m_pMainMenu->RefreshMenu();
+    refreshMenu(m_pMainMenu);
 }
 
 // ---------------------------------------------------------------------------
@@ -381,8 +411,7 @@ void CDeviceMgrService::deviceMgrEventHandler(qint32 event)
     case UTPS_EVENT_DEV_ACTIVE:
         qDebug("%s : %s : %s :UTPS_EVENT_DEV_ACTIVE", DM_TRACE_ARGS(kFile));
         initMainMenuObj();
-        if (m_pMainMenu)
-            m_pMainMenu->RefreshMenu();
+        refreshMenu(m_pMainMenu);
         handleDevDetectEvent();
         break;
     case UTPS_EVENT_DEV_REJECT:
@@ -442,10 +471,7 @@ void CDeviceMgrService::deviceMgrEventSwich(bool showMessage)
         m_bInitOnFrameShowPending = false;
         m_bFPLockPending = false;
         initMainMenuObj();
-        if (m_pMainMenu) {
-            m_pMainMenu->RefreshDeviceMenu();
-            m_pMainMenu->DisableDeviceMenu();
-        }
+        disableDeviceMenu(m_pMainMenu);
         if (showMessage) {
             QString text = tr(QStringLiteral("IDS_DEVICE_INVALID"));
             showInfoDlg(text, kInfoShortMs);
@@ -457,13 +483,7 @@ void CDeviceMgrService::deviceMgrEventSwich(bool showMessage)
 
 void CDeviceMgrService::handleDevDetectEvent()
 {
-    qDebug("%s : %s : %s : m_bDeviceAvialable = true", DM_TRACE_ARGS(kFile));
-    m_bDeviceAvialable = true;
-    m_nCurProductType = queryProductType(m_nCurProductType);
-    storeProductType(m_nCurProductType);
-    qDebug("%s : %s : %s : enter ProductType : %s", DM_TRACE_ARGS(kFile),
-           numberText(m_nCurProductType).constData());
-
+    markDeviceActive(__FUNCTION__, m_bDeviceAvialable, m_nCurProductType);
     if (!m_pUILogic || !m_bFrameShown)
         return;
     qDebug("%s : %s : %s : DeviceInfoDlg =====> Device Change showInfo", DM_TRACE_ARGS(kFile));
@@ -481,13 +501,7 @@ void CDeviceMgrService::handleDevDetectEvent()
 
 void CDeviceMgrService::handleDevChangeEvent()
 {
-    qDebug("%s : %s : %s : m_bDeviceAvialable = true", DM_TRACE_ARGS(kFile));
-    m_bDeviceAvialable = true;
-    m_nCurProductType = queryProductType(m_nCurProductType);
-    storeProductType(m_nCurProductType);
-    qDebug("%s : %s : %s : enter ProductType : %s", DM_TRACE_ARGS(kFile),
-           numberText(m_nCurProductType).constData());
-
+    markDeviceActive(__FUNCTION__, m_bDeviceAvialable, m_nCurProductType);
     if (!m_pUILogic || !m_bFrameShown || !m_pDlgChooseDev)
         return;
     if (m_bValidSim) {
@@ -505,8 +519,7 @@ void CDeviceMgrService::handleSIMStateChangeEvent()
 {
     qDebug("%s : %s : %s : Enter", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
-    if (m_pMainMenu)
-        m_pMainMenu->RefreshMenu();
+    refreshMenu(m_pMainMenu);
     if (isUsableSimWord(simStateWord())) {
         sendNotification(NTF_SIM_READY);
         m_bValidPinState = true;
@@ -522,8 +535,7 @@ void CDeviceMgrService::refreshProductType()
 {
     if (m_pUILogic)
         m_strCurDeviceName = m_pUILogic->GetCurrentDeviceName();
-    m_nCurProductType = queryProductType(m_nCurProductType);
-    storeProductType(m_nCurProductType);
+    readAndStoreProductType(m_nCurProductType);
     if (!m_pDlgChooseDev || m_strCurDeviceName == m_strPrevDeviceName)
         return;
     m_pDlgChooseDev->ReloadPlugins(m_strCurDeviceName,
@@ -551,7 +563,7 @@ bool CDeviceMgrService::IsValidSim()
     // Through the interface, so that an override is honoured.
     const bool available = static_cast<IDeviceMgr*>(this)->IsDeviceAvialable();
     qDebug("%s : %s : %s : m_bDeviceAvialable = %d", DM_TRACE_ARGS(kFile),
-           static_cast<int>(available));
+           static_cast<int>(m_bDeviceAvialable));
     if (!available)
         return false;
     qDebug("%s : %s : %s : m_bValidSim = %d, m_bValidPinState = %d", DM_TRACE_ARGS(kFile),

@@ -9,12 +9,14 @@
 #include "Transcript.h"
 #include "sim/VirtualCard.h"
 
+#include <Change.h>
 #include <CommonUtils.h>
 #include <ExtendDialog.h>
 #include <SiblingInterfaces.h>
 
 #include <QApplication>
 #include <QLabel>
+#include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
 
@@ -31,6 +33,8 @@ struct CardEvent
     int code = 0;
     int word = -1;
 };
+
+using Events = QList<CardEvent>;
 
 bool carriesDeviceList(int code)
 {
@@ -60,6 +64,17 @@ QString toMiniFrame(unsigned int code)
     return QStringLiteral("to %1 %2 0 0").arg(QLatin1String(LinkPlugins::MiniFrameClsid)).arg(code);
 }
 
+// Notification codes in the order they went out, whatever their route.
+QStringList notifiedCodes(const QStringList& records)
+{
+    QStringList codes;
+    for (const QString& record : records) {
+        const QStringList fields = record.split(QLatin1Char(' '));
+        codes.append(fields.value(fields.first() == QLatin1String("to") ? 2 : 1));
+    }
+    return codes;
+}
+
 QString infoText(CDeviceMgrService* service)
 {
     ExtendDialog* dialog = service->infoDialog();
@@ -67,6 +82,17 @@ QString infoText(CDeviceMgrService* service)
         return QString();
     auto* label = dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"));
     return label ? label->text() : QString();
+}
+
+bool infoVisible(CDeviceMgrService* service)
+{
+    return service->infoDialog() && service->infoDialog()->isVisible();
+}
+
+bool chooserVisible(CDeviceMgrService* service)
+{
+    return service->chooser() && service->chooser()->dialog() &&
+           service->chooser()->dialog()->isVisible();
 }
 
 // Windows on screen apart from the host's own main window.
@@ -89,6 +115,14 @@ sim::CardConfig cardConfig(const char* name, int productType, int simStatus = 1)
     return config;
 }
 
+int sdkCalls(sim::VirtualCard& card, const char* function)
+{
+    int count = 0;
+    for (const sim::CallRecord& call : card.callLog())
+        count += call.function == function ? 1 : 0;
+    return count;
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(CardEvent)
@@ -103,6 +137,8 @@ private slots:
 
     void flagTable_data();
     void flagTable();
+    void initBeginMarksInitialising_data();
+    void initBeginMarksInitialising();
     void isDeviceAvailableAsksTheCard_data();
     void isDeviceAvailableAsksTheCard();
     void isValidSim_data();
@@ -114,13 +150,21 @@ private slots:
     void rejectOrSwitch();
     void shutDownDropsEvents_data();
     void shutDownDropsEvents();
+    void initHandlerTakesOnlyInitRange_data();
+    void initHandlerTakesOnlyInitRange();
     void initSuccessTellsPlugins_data();
     void initSuccessTellsPlugins();
     void initResetClearsDeviceAndTellsMiniFrame_data();
     void initResetClearsDeviceAndTellsMiniFrame();
     void nothingShownBeforeFrameShown();
     void frameShownReplaysReadyCard();
+    void frameShownBranches_data();
+    void frameShownBranches();
+    void frameShownPinStatus_data();
+    void frameShownPinStatus();
     void frameShownReplaysInvalidSim();
+    void simInvalidMessageWaitsForFingerprint_data();
+    void simInvalidMessageWaitsForFingerprint();
     void frameShownTakesMainFrameWindowAsParent();
     void detectedWithTwoDevicesShowsChooserOnceItExists();
     void deviceActiveStoresProductType();
@@ -128,6 +172,7 @@ private slots:
     void invalidSimMessageNamesTheCard();
     void deviceChangeReloadsPlugins_data();
     void deviceChangeReloadsPlugins();
+    void deviceChangeToSameCardReloadsNothing();
     void startDetectDeviceLines_data();
     void startDetectDeviceLines();
     void showChooseDeviceCreatesChooserOnce();
@@ -135,6 +180,14 @@ private slots:
     void initFinishedByWwanThreadRefreshesMenuOnceFrameShown();
 
 private:
+    // Adds the cards, starts the service, lets the cards' start-up events
+    // through and, when asked, shows the frame; null when the events did not
+    // settle.
+    CDeviceMgrService* startWith(const QList<sim::CardConfig>& cards, bool showFrame = false);
+    // Raises the events one by one, each handled before the next; false
+    // when one did not settle.
+    bool deliver(const Events& events);
+
     // Settings written since the last clear, as "group/key = value".
     QStringList settingWrites() const { return m_settingWrites; }
 
@@ -159,19 +212,46 @@ void tst_DeviceState::cleanup()
     CommonUtils::SetFrameStyle(0);
 }
 
+CDeviceMgrService* tst_DeviceState::startWith(const QList<sim::CardConfig>& cards, bool showFrame)
+{
+    for (const sim::CardConfig& card : cards)
+        m_host->card().addCard(card);
+    CDeviceMgrService* service = m_host->startService();
+    if (!m_host->waitForEvents())
+        return nullptr;
+    if (!showFrame)
+        return service;
+    m_host->frameShown();
+    return m_host->waitForEvents() ? service : nullptr;
+}
+
+bool tst_DeviceState::deliver(const Events& events)
+{
+    for (const CardEvent& event : events) {
+        raise(m_host->card(), event);
+        if (!m_host->waitForEvents())
+            return false;
+        // The lock event reaches the service through the fingerprint
+        // thread, which hands it on in its own time.
+        if (event.code == 6018 &&
+            !QTest::qWaitFor([] { return CDeviceMgrService::existingInstance()->fpLockPending(); }))
+            return false;
+    }
+    return true;
+}
+
 // ---------------------------------------------------------------------------
 
 void tst_DeviceState::flagTable_data()
 {
     QTest::addColumn<bool>("withCard");
     QTest::addColumn<bool>("frameShown");
-    QTest::addColumn<QList<CardEvent>>("events");
+    QTest::addColumn<Events>("events");
     QTest::addColumn<bool>("deviceAvailable");
     QTest::addColumn<bool>("validSim");
     QTest::addColumn<bool>("validPinState");
     QTest::addColumn<bool>("fpLockPending");
 
-    using Events = QList<CardEvent>;
     // clang-format off
     QTest::newRow("initial state")          << false << false << Events{}                 << false << true  << false << false;
     QTest::newRow("6008 init success")      << false << false << Events{{6008}}           << true  << true  << false << false;
@@ -190,7 +270,6 @@ void tst_DeviceState::flagTable_data()
     QTest::newRow("reject keeps FP lock before frame") << false << false << Events{{6018}, {6601}} << false << true << false << true;
     QTest::newRow("reject clears FP lock after frame") << false << true  << Events{{6018}, {6601}} << false << true << false << false;
     QTest::newRow("switch clears FP lock after frame") << false << true  << Events{{6018}, {6604}} << false << true << false << false;
-    QTest::newRow("init events outside range ignored") << false << false << Events{{5999}, {6019}} << false << true << false << false;
     // clang-format on
 }
 
@@ -198,33 +277,55 @@ void tst_DeviceState::flagTable()
 {
     QFETCH(bool, withCard);
     QFETCH(bool, frameShown);
-    QFETCH(QList<CardEvent>, events);
+    QFETCH(Events, events);
     QFETCH(bool, deviceAvailable);
     QFETCH(bool, validSim);
     QFETCH(bool, validPinState);
     QFETCH(bool, fpLockPending);
 
+    QList<sim::CardConfig> cards;
     if (withCard)
-        m_host->card().addCard(cardConfig("Card A", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    if (frameShown) {
-        m_host->frameShown();
-        QVERIFY(m_host->waitForEvents());
-    }
-    for (const CardEvent& event : events) {
-        raise(m_host->card(), event);
-        QVERIFY(m_host->waitForEvents());
-        // The lock event reaches the service through the fingerprint
-        // thread, which hands it on in its own time.
-        if (event.code == 6018)
-            QTRY_VERIFY(service->fpLockPending());
-    }
+        cards.append(cardConfig("Card A", 2));
+    CDeviceMgrService* service = startWith(cards, frameShown);
+    QVERIFY(service);
+    QVERIFY(deliver(events));
 
     QCOMPARE(service->deviceAvailable(), deviceAvailable);
     QCOMPARE(service->validSim(), validSim);
     QCOMPARE(service->validPinState(), validPinState);
     QCOMPARE(service->fpLockPending(), fpLockPending);
+}
+
+void tst_DeviceState::initBeginMarksInitialising_data()
+{
+    QTest::addColumn<int>("beginEvents");
+    QTest::addColumn<bool>("hideAfter");
+    QTest::addColumn<bool>("initialising");
+
+    QTest::newRow("no begin event") << 0 << false << false;
+    QTest::newRow("first begin") << 1 << false << true;
+    QTest::newRow("second begin changes nothing") << 2 << false << true;
+    QTest::newRow("hidden pop-up clears it") << 1 << true << false;
+}
+
+void tst_DeviceState::initBeginMarksInitialising()
+{
+    QFETCH(int, beginEvents);
+    QFETCH(bool, hideAfter);
+    QFETCH(bool, initialising);
+
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
+    Transcript::instance().clear();
+    QVERIFY(deliver(Events(beginEvents, CardEvent{6000})));
+    if (hideAfter)
+        service->hideInfoDlg();
+
+    QCOMPARE(service->initialising(), initialising);
+    // The begin event only marks the start-up: nothing goes out for it.
+    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{});
+    QCOMPARE(m_host->records(QStringLiteral("menu")), QStringList{});
+    QVERIFY(!service->infoDialog());
 }
 
 void tst_DeviceState::isDeviceAvailableAsksTheCard_data()
@@ -247,10 +348,11 @@ void tst_DeviceState::isDeviceAvailableAsksTheCard()
     QFETCH(bool, statusFails);
     QFETCH(bool, available);
 
+    QList<sim::CardConfig> cards;
     if (withCard)
-        m_host->card().addCard(cardConfig("Card A", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+        cards.append(cardConfig("Card A", 2));
+    CDeviceMgrService* service = startWith(cards);
+    QVERIFY(service);
     if (unplugged) {
         m_host->card().unplug(0);
         QVERIFY(m_host->waitForEvents());
@@ -270,34 +372,43 @@ void tst_DeviceState::isValidSim_data()
 {
     QTest::addColumn<bool>("withCard");
     QTest::addColumn<int>("simStatus");
+    QTest::addColumn<Events>("events");
     QTest::addColumn<bool>("valid");
 
-    QTest::newRow("no card") << false << 1 << false;
-    QTest::newRow("ready card, word 1") << true << 1 << true;
-    QTest::newRow("ready card, word 254") << true << 254 << true;
-    QTest::newRow("SIM not usable") << true << 0 << false;
-    QTest::newRow("SIM word 255") << true << 255 << false;
+    // A fresh service: no device and no PIN state yet, although the SIM is
+    // assumed usable.
+    QTest::newRow("fresh service") << false << 1 << Events{} << false;
+    QTest::newRow("ready card, word 1") << true << 1 << Events{} << true;
+    QTest::newRow("ready card, word 254") << true << 254 << Events{} << true;
+    QTest::newRow("SIM not usable") << true << 0 << Events{} << false;
+    QTest::newRow("SIM word 255") << true << 255 << Events{} << false;
+    QTest::newRow("ready card, PIN state lost") << true << 1 << Events{{6619, 0}} << false;
+    QTest::newRow("ready card, SIM invalid event") << true << 1 << Events{{6002}} << false;
+    // Every flag says ready, but the card itself is not there.
+    QTest::newRow("flags ready, no card") << false << 1 << Events{{6008}, {6619, 1}} << false;
 }
 
 void tst_DeviceState::isValidSim()
 {
     QFETCH(bool, withCard);
     QFETCH(int, simStatus);
+    QFETCH(Events, events);
     QFETCH(bool, valid);
 
-    // A fresh service: no device and no PIN state yet, although the SIM is
-    // assumed usable.
-    if (!withCard) {
-        CDeviceMgrService* service = m_host->startService();
-        QVERIFY(m_host->waitForEvents());
-        QVERIFY(service->validSim());
-        QCOMPARE(service->IsValidSim(), false);
-        return;
-    }
-    m_host->card().addCard(cardConfig("Card A", 2, simStatus));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    QList<sim::CardConfig> cards;
+    if (withCard)
+        cards.append(cardConfig("Card A", 2, simStatus));
+    CDeviceMgrService* service = startWith(cards);
+    QVERIFY(service);
+    QVERIFY(deliver(events));
+    const bool validSimBefore = service->validSim();
+    m_host->card().clearCallLog();
+
     QCOMPARE(service->IsValidSim(), valid);
+    // The card is asked every time, and its answer is kept.
+    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_GetDevStatus"), 1);
+    QCOMPARE(service->deviceAvailable(), withCard);
+    QCOMPARE(service->validSim(), validSimBefore);
 }
 
 void tst_DeviceState::simStateWord_data()
@@ -319,8 +430,8 @@ void tst_DeviceState::simStateWord()
     QFETCH(uint, notification);
     QFETCH(bool, validPinState);
 
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     Transcript::instance().clear();
     TraceCapture trace;
     raise(m_host->card(), {6619, word});
@@ -336,8 +447,8 @@ void tst_DeviceState::simStateWord()
 
 void tst_DeviceState::simStateWithoutPayloadKeepsLastWord()
 {
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     raise(m_host->card(), {6619, 7});
     QVERIFY(m_host->waitForEvents());
     Transcript::instance().clear();
@@ -367,11 +478,8 @@ void tst_DeviceState::rejectOrSwitch()
     QFETCH(bool, popup);
     QFETCH(QString, line);
 
-    m_host->card().addCard(cardConfig("Card A", 1));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
+    QVERIFY(service);
     // Only what the reject or switch itself shows counts.
     service->hideInfoDlg();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -395,8 +503,7 @@ void tst_DeviceState::rejectOrSwitch()
         QVERIFY(!service->infoDialog());
         return;
     }
-    QVERIFY(service->infoDialog());
-    QVERIFY(service->infoDialog()->isVisible());
+    QVERIFY(infoVisible(service));
     QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_DEVICE_INVALID")));
     QVERIFY(!infoText(service).isEmpty());
     QCOMPARE(service->infoTimer()->interval(), 3000);
@@ -416,8 +523,8 @@ void tst_DeviceState::shutDownDropsEvents()
     QFETCH(int, code);
     QFETCH(QString, line);
 
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     Transcript::instance().clear();
     TraceCapture trace;
     CommonUtils::SetShutDownFlag();
@@ -431,33 +538,77 @@ void tst_DeviceState::shutDownDropsEvents()
     QVERIFY(m_host->records(QStringLiteral("menu")).isEmpty());
 }
 
+void tst_DeviceState::initHandlerTakesOnlyInitRange_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<bool>("handled");
+
+    QTest::newRow("5999 below") << 5999 << false;
+    QTest::newRow("6000 first") << 6000 << true;
+    QTest::newRow("6018 last") << 6018 << true;
+    QTest::newRow("6019 above") << 6019 << false;
+    QTest::newRow("6600 device event") << 6600 << false;
+}
+
+// While the host shuts down, an init event is dropped with a line; a code
+// outside the init range is not the handler's business at all.
+void tst_DeviceState::initHandlerTakesOnlyInitRange()
+{
+    QFETCH(int, code);
+    QFETCH(bool, handled);
+
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
+    CommonUtils::SetShutDownFlag();
+    TraceCapture trace;
+    service->deviceMgrInitEventHandler(code);
+    const QStringList lines = trace.matching(QStringLiteral("signals ignored: App Shutting down "));
+    CommonUtils::ResetShutDownFlag();
+
+    QCOMPARE(lines.size(), handled ? 1 : 0);
+    QVERIFY(!service->fpLockPending());
+    QVERIFY(!service->initialising());
+}
+
 void tst_DeviceState::initSuccessTellsPlugins_data()
 {
     QTest::addColumn<int>("frameStyle");
+    QTest::addColumn<bool>("validSim");
     QTest::addColumn<bool>("miniRefresh");
 
-    QTest::newRow("main frame") << 0 << false;
-    QTest::newRow("mini frame in use") << CommonUtils::FrameStyleMini << true;
-    QTest::newRow("other style bits") << 3 << false;
+    QTest::newRow("main frame") << 0 << true << false;
+    QTest::newRow("mini frame in use") << CommonUtils::FrameStyleMini << true << true;
+    QTest::newRow("other style bits") << 3 << true << false;
+    QTest::newRow("invalid SIM keeps pop-ups") << 0 << false << false;
 }
 
 void tst_DeviceState::initSuccessTellsPlugins()
 {
     QFETCH(int, frameStyle);
+    QFETCH(bool, validSim);
     QFETCH(bool, miniRefresh);
 
-    m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
+    if (!validSim) {
+        raise(m_host->card(), {6002});
+        QVERIFY(m_host->waitForEvents());
+    }
     CommonUtils::SetFrameStyle(frameStyle);
     Transcript::instance().clear();
+    TraceCapture trace;
     raise(m_host->card(), {6008});
     QVERIFY(m_host->waitForEvents());
 
+    QVERIFY(service->deviceAvailable());
     QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{broadcast(581)});
     QCOMPARE(m_host->records(QStringLiteral("menu")),
              QStringList{QStringLiteral("RefreshDeviceMenu")});
     QCOMPARE(m_host->records(QStringLiteral("miniframe")).contains(QStringLiteral("Refresh")),
              miniRefresh);
+    QCOMPARE(trace.contains(QStringLiteral("close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)")),
+             validSim);
+    QCOMPARE(trace.contains(QStringLiteral(": closeAllPopups : called")), validSim);
 }
 
 void tst_DeviceState::initResetClearsDeviceAndTellsMiniFrame_data()
@@ -476,13 +627,8 @@ void tst_DeviceState::initResetClearsDeviceAndTellsMiniFrame()
     QFETCH(bool, frameShown);
     QFETCH(QStringList, menu);
 
-    m_host->card().addCard(cardConfig("Card A", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    if (frameShown) {
-        m_host->frameShown();
-        QVERIFY(m_host->waitForEvents());
-    }
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 2)}, frameShown);
+    QVERIFY(service);
     QVERIFY(service->uiLogic()->StoredDeviceInfo().nDevNum > 0);
     Transcript::instance().clear();
 
@@ -497,10 +643,8 @@ void tst_DeviceState::initResetClearsDeviceAndTellsMiniFrame()
 
 void tst_DeviceState::nothingShownBeforeFrameShown()
 {
-    m_host->card().addCard(cardConfig("Card A", 2, 0));
-    m_host->card().addCard(cardConfig("Card B", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 2, 0), cardConfig("Card B", 2)});
+    QVERIFY(service);
     raise(m_host->card(), {6606});
     raise(m_host->card(), {6601});
     raise(m_host->card(), {6002});
@@ -517,9 +661,8 @@ void tst_DeviceState::nothingShownBeforeFrameShown()
 
 void tst_DeviceState::frameShownReplaysReadyCard()
 {
-    m_host->card().addCard(cardConfig("Card A", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 2)});
+    QVERIFY(service);
     QVERIFY(!service->infoDialog());
     QVERIFY(m_host->records(QStringLiteral("subscribe")).isEmpty());
     Transcript::instance().clear();
@@ -531,8 +674,8 @@ void tst_DeviceState::frameShownReplaysReadyCard()
     QVERIFY(service->frameShown());
     QVERIFY(service->deviceAvailable());
     QVERIFY(service->chooser());
-    QVERIFY(service->infoDialog());
-    QVERIFY(service->infoDialog()->isVisible());
+    QVERIFY(!chooserVisible(service));
+    QVERIFY(infoVisible(service));
     QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY")));
     QCOMPARE(service->infoTimer()->interval(), 3000);
     QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
@@ -543,11 +686,107 @@ void tst_DeviceState::frameShownReplaysReadyCard()
     QVERIFY(!m_host->records(QStringLiteral("notify")).contains(broadcast(579)));
 }
 
+void tst_DeviceState::frameShownBranches_data()
+{
+    QTest::addColumn<int>("cards");
+    QTest::addColumn<bool>("statusFails");
+    QTest::addColumn<Events>("before");
+    QTest::addColumn<bool>("deviceAvailable");
+    QTest::addColumn<bool>("info");
+    QTest::addColumn<bool>("chooser");
+    QTest::addColumn<bool>("frameInit");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QStringList>("settings");
+
+    const QStringList sim{QStringLiteral("Device/ProductType = 2")};
+    // clang-format off
+    // The switch cleared the flag; the card's own status sets it again.
+    QTest::newRow("flag replayed from the card") << 1 << false << Events{{6604}}
+        << true << true << false << true << QStringLiteral("Card A") << sim;
+    QTest::newRow("two cards, status unreadable") << 2 << true << Events{}
+        << true << false << true << false << QString() << QStringList{};
+    QTest::newRow("one card, status unreadable") << 1 << true << Events{}
+        << true << false << false << false << QStringLiteral("Card A") << sim;
+    QTest::newRow("no card") << 0 << false << Events{}
+        << false << false << false << false << QString()
+        << QStringList{QStringLiteral("Device/ProductType = 3")};
+    // clang-format on
+}
+
+void tst_DeviceState::frameShownBranches()
+{
+    QFETCH(int, cards);
+    QFETCH(bool, statusFails);
+    QFETCH(Events, before);
+    QFETCH(bool, deviceAvailable);
+    QFETCH(bool, info);
+    QFETCH(bool, chooser);
+    QFETCH(bool, frameInit);
+    QFETCH(QString, name);
+    QFETCH(QStringList, settings);
+
+    const QList<sim::CardConfig> all{cardConfig("Card A", 2), cardConfig("Card B", 2)};
+    CDeviceMgrService* service = startWith(all.mid(0, cards));
+    QVERIFY(service);
+    QVERIFY(deliver(before));
+    QCOMPARE(service->currentDeviceName(), QString());
+    Transcript::instance().clear();
+    m_settingWrites.clear();
+    if (statusFails)
+        m_host->card().setFault("UTPS_DevSrv_GetDevStatus", 1, -1);
+
+    m_host->frameShown();
+    QVERIFY(m_host->waitForEvents());
+    m_host->card().clearFaults();
+
+    QVERIFY(service->frameShown());
+    QVERIFY(service->chooser());
+    QCOMPARE(service->deviceAvailable(), deviceAvailable);
+    QCOMPARE(infoVisible(service), info);
+    QCOMPARE(chooserVisible(service), chooser);
+    QCOMPARE(m_host->records(QStringLiteral("subscribe")).size(), frameInit ? 4 : 0);
+    QCOMPARE(service->currentDeviceName(), name);
+    QCOMPARE(settingWrites(), settings);
+}
+
+void tst_DeviceState::frameShownPinStatus_data()
+{
+    QTest::addColumn<int>("simStatus");
+    QTest::addColumn<bool>("pinEnabled");
+    QTest::addColumn<int>("pinStatus");
+
+    QTest::newRow("SIM 240, protection off") << 240 << false << 0;
+    QTest::newRow("SIM 1, protection off") << 1 << false << 8;
+    QTest::newRow("SIM 239, protection off") << 239 << false << 8;
+    QTest::newRow("SIM 240, PIN required") << 240 << true << 2;
+}
+
+// A PIN status still at "protection off" on a SIM that reports 240 counts as
+// ready when the frame comes up; any other status read from the card stays.
+void tst_DeviceState::frameShownPinStatus()
+{
+    QFETCH(int, simStatus);
+    QFETCH(bool, pinEnabled);
+    QFETCH(int, pinStatus);
+
+    sim::CardConfig card = cardConfig("Card A", 2, simStatus);
+    card.sim.pinEnabled = pinEnabled;
+    CDeviceMgrService* service = startWith({card});
+    QVERIFY(service);
+    // The no-PIN event reads the card's PIN status.
+    raise(m_host->card(), {6012});
+    QVERIFY(m_host->waitForEvents());
+    QCOMPARE(service->pinStatus(), pinEnabled ? 2 : 8);
+
+    m_host->frameShown();
+    QVERIFY(m_host->waitForEvents());
+    QCOMPARE(service->pinStatus(), pinStatus);
+}
+
 void tst_DeviceState::frameShownReplaysInvalidSim()
 {
-    m_host->card().addCard(cardConfig("Card A", 2, 0));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 2, 0)});
+    QVERIFY(service);
     QVERIFY(!service->validSim());
     QVERIFY(m_host->messages().isEmpty());
     Transcript::instance().clear();
@@ -564,13 +803,40 @@ void tst_DeviceState::frameShownReplaysInvalidSim()
     QVERIFY(request.text.contains(QStringLiteral("SIM/USIM")));
     QCOMPARE(request.parent, m_host->mainWindow());
     // The message replaced the "initialising" pop-up.
-    QVERIFY(!service->infoDialog() || !service->infoDialog()->isVisible());
+    QVERIFY(!infoVisible(service));
+}
+
+void tst_DeviceState::simInvalidMessageWaitsForFingerprint_data()
+{
+    QTest::addColumn<bool>("fpLock");
+    QTest::newRow("unlocked card") << false;
+    QTest::newRow("fingerprint lock pending") << true;
+}
+
+void tst_DeviceState::simInvalidMessageWaitsForFingerprint()
+{
+    QFETCH(bool, fpLock);
+
+    CDeviceMgrService* service = startWith({}, true);
+    QVERIFY(service);
+    if (fpLock)
+        service->deviceMgrInitEventHandler(6018);
+    QCOMPARE(service->fpLockPending(), fpLock);
+    Transcript::instance().clear();
+    m_host->clearMessages();
+
+    service->deviceMgrInitEventHandler(6002);
+    QVERIFY(m_host->waitForEvents());
+
+    QVERIFY(!service->validSim());
+    QCOMPARE(m_host->messages().size(), fpLock ? 0 : 1);
+    QCOMPARE(m_host->records(QStringLiteral("notify")).contains(broadcast(579)), !fpLock);
 }
 
 void tst_DeviceState::frameShownTakesMainFrameWindowAsParent()
 {
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     QWidget other;
     other.setObjectName(QStringLiteral("OtherMainWindow"));
     m_host->siblings().setMainWindow(&other);
@@ -585,10 +851,8 @@ void tst_DeviceState::frameShownTakesMainFrameWindowAsParent()
 
 void tst_DeviceState::detectedWithTwoDevicesShowsChooserOnceItExists()
 {
-    m_host->card().addCard(cardConfig("Card A", 2));
-    m_host->card().addCard(cardConfig("Card B", 2));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 2), cardConfig("Card B", 2)});
+    QVERIFY(service);
     TraceCapture trace;
 
     raise(m_host->card(), {6606});
@@ -599,24 +863,22 @@ void tst_DeviceState::detectedWithTwoDevicesShowsChooserOnceItExists()
     m_host->frameShown();
     QVERIFY(m_host->waitForEvents());
     QVERIFY(service->chooser());
+    // The card in use is ready, so the frame itself shows no chooser.
+    QVERIFY(!chooserVisible(service));
     trace.clear();
 
     raise(m_host->card(), {6606});
     QVERIFY(m_host->waitForEvents());
     QVERIFY(trace.contains(QStringLiteral("Choose device instance NOT null")));
     QVERIFY(trace.contains(QStringLiteral("call show choose device")));
-    ChooseDevExtendDialog* dialog = service->chooser()->dialog();
-    if (!dialog)
-        QSKIP("the chooser does not build its dialog yet; the service asked it to show");
-    QVERIFY(dialog->isVisible());
-    QCOMPARE(dialog->parentWidget(), m_host->mainWindow());
+    QVERIFY(chooserVisible(service));
+    QCOMPARE(service->chooser()->dialog()->parentWidget(), m_host->mainWindow());
 }
 
 void tst_DeviceState::deviceActiveStoresProductType()
 {
-    m_host->card().addCard(cardConfig("Card A", 1));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)});
+    QVERIFY(service);
 
     QCOMPARE(service->currentProductType(), 1);
     QVERIFY(service->deviceAvailable());
@@ -637,28 +899,36 @@ void tst_DeviceState::deviceActiveStoresProductType()
 
 void tst_DeviceState::invalidSimMessageNamesTheCard_data()
 {
+    QTest::addColumn<QString>("language");
     QTest::addColumn<int>("productType");
     QTest::addColumn<QString>("uimType");
     QTest::addColumn<QString>("simType");
     QTest::addColumn<bool>("typeQueryFails");
     QTest::addColumn<QString>("word");
 
-    QTest::newRow("SIM card") << 2 << QString() << QString() << false << QStringLiteral("SIM/USIM");
-    QTest::newRow("UIM card") << 1 << QString() << QString() << false << QStringLiteral("UIM");
+    const QString en = QStringLiteral("en");
+    QTest::newRow("SIM card") << en << 2 << QString() << QString() << false
+                              << QStringLiteral("SIM/USIM");
+    QTest::newRow("UIM card") << en << 1 << QString() << QString() << false
+                              << QStringLiteral("UIM");
     QTest::newRow("SIM card, simtype set")
-        << 2 << QString() << QStringLiteral("USIM") << false << QStringLiteral("USIM");
+        << en << 2 << QString() << QStringLiteral("USIM") << false << QStringLiteral("USIM");
     QTest::newRow("UIM card, uimtype set")
-        << 1 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("R-UIM");
+        << en << 1 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("R-UIM");
     QTest::newRow("UIM card ignores simtype")
-        << 1 << QString() << QStringLiteral("USIM") << false << QStringLiteral("UIM");
+        << en << 1 << QString() << QStringLiteral("USIM") << false << QStringLiteral("UIM");
     QTest::newRow("SIM card ignores uimtype")
-        << 2 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("SIM/USIM");
+        << en << 2 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("SIM/USIM");
     QTest::newRow("type unknown counts as SIM")
-        << 1 << QString() << QString() << true << QStringLiteral("SIM/USIM");
+        << en << 1 << QString() << QString() << true << QStringLiteral("SIM/USIM");
+    // Without a text there is nothing to name: the card is not asked.
+    QTest::newRow("no text") << QStringLiteral("none") << 1 << QString() << QString() << false
+                             << QString();
 }
 
 void tst_DeviceState::invalidSimMessageNamesTheCard()
 {
+    QFETCH(QString, language);
     QFETCH(int, productType);
     QFETCH(QString, uimType);
     QFETCH(QString, simType);
@@ -669,28 +939,33 @@ void tst_DeviceState::invalidSimMessageNamesTheCard()
         CommonUtils::SetSettings(QStringLiteral("customize"), QStringLiteral("uimtype"), uimType);
     if (!simType.isEmpty())
         CommonUtils::SetSettings(QStringLiteral("customize"), QStringLiteral("simtype"), simType);
-    m_host->card().addCard(cardConfig("Card A", productType));
-    m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
+    QVERIFY(startWith({cardConfig("Card A", productType)}, true));
     m_host->clearMessages();
     Transcript::instance().clear();
+    m_host->card().clearCallLog();
     if (typeQueryFails)
         m_host->card().setFault("UTPS_DevSrv_GetProductType", 1, 1);
+    QVERIFY(Change::SetLanguage(language));
 
     raise(m_host->card(), {6002});
     QVERIFY(m_host->waitForEvents());
 
     QCOMPARE(m_host->records(QStringLiteral("notify")).first(), broadcast(579));
     const QList<MessageRequest> messages = m_host->messages();
-    QVERIFY(!messages.isEmpty());
+    QCOMPARE(messages.size(), 1);
     const MessageRequest& request = messages.first();
+    QCOMPARE(request.icon, QMessageBox::Information);
+    QCOMPARE(request.parent, m_host->mainWindow());
+    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_GetProductType"), word.isEmpty() ? 0 : 1);
+    if (word.isEmpty()) {
+        QCOMPARE(request.text, QString());
+        QCOMPARE(request.title, QString());
+        return;
+    }
     QString expected = CDeviceMgrService::tr(QStringLiteral("IDS_SIM_INVALID"));
     QVERIFY2(expected.count(QStringLiteral("%s")) == 2, qPrintable(expected));
     expected.replace(QStringLiteral("%s"), word);
     QCOMPARE(request.text, expected);
-    QCOMPARE(request.icon, QMessageBox::Information);
     QCOMPARE(request.title, QStringLiteral("Notice"));
 }
 
@@ -713,13 +988,14 @@ void tst_DeviceState::deviceChangeReloadsPlugins()
     QFETCH(int, toType);
     QFETCH(bool, fullReload);
 
-    m_host->card().addCard(cardConfig("Card A", fromType));
-    m_host->card().addCard(cardConfig("Card B", toType));
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service =
+        startWith({cardConfig("Card A", fromType), cardConfig("Card B", toType)}, true);
+    QVERIFY(service);
     service->chooser()->CloseDlg();
+    // Only what the switch itself shows counts.
+    service->hideInfoDlg();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!service->infoDialog());
     Transcript::instance().clear();
     TraceCapture trace;
 
@@ -734,14 +1010,37 @@ void tst_DeviceState::deviceChangeReloadsPlugins()
     QCOMPARE(service->currentProductType(), toType);
     QCOMPARE(CommonUtils::GetSettings(QStringLiteral("Device"), QStringLiteral("ProductType")),
              QString::number(toType));
-    if (!trace.contains(QStringLiteral("ReloadPlugins")))
-        QSKIP("the chooser's plug-in reload is not written yet");
+    const QStringList codes = notifiedCodes(m_host->records(QStringLiteral("notify")));
+    QVERIFY(codes.indexOf(QStringLiteral("583")) >= 0);
+    QVERIFY(codes.indexOf(QStringLiteral("583")) < codes.indexOf(QStringLiteral("584")));
+    QVERIFY(infoVisible(service));
+    QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY")));
+    QCOMPARE(service->infoTimer()->interval(), 3000);
+
+    // The switch reloads for the new card once.
+    QCOMPARE(
+        trace.matching(QStringLiteral("DeviceMgrChooseDevice.cpp: ReloadPlugins: entered")).size(),
+        1);
     // The container sees no change for either card: only a forced reload
     // goes on to tell the plug-ins.
-    bool reloadAnnounced = false;
-    for (const QString& record : m_host->records(QStringLiteral("notify")))
-        reloadAnnounced = reloadAnnounced || record.startsWith(QStringLiteral("broadcast 585 "));
-    QCOMPARE(reloadAnnounced, fullReload);
+    QCOMPARE(codes.contains(QStringLiteral("585")), fullReload);
+}
+
+void tst_DeviceState::deviceChangeToSameCardReloadsNothing()
+{
+    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
+    QVERIFY(service);
+    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
+    TraceCapture trace;
+
+    raise(m_host->card(), {6500});
+    raise(m_host->card(), {6501});
+    QVERIFY(m_host->waitForEvents());
+
+    QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
+    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
+    QVERIFY(trace.contains(QStringLiteral("second time ProductType : 1")));
+    QVERIFY(!trace.contains(QStringLiteral("ReloadPlugins")));
 }
 
 void tst_DeviceState::startDetectDeviceLines_data()
@@ -751,37 +1050,46 @@ void tst_DeviceState::startDetectDeviceLines_data()
     QTest::newRow("failure") << true;
 }
 
+// Both outcomes end with the success line (the result comes as events); a
+// failure adds a warning before it.
 void tst_DeviceState::startDetectDeviceLines()
 {
     QFETCH(bool, fails);
 
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     if (fails)
         m_host->card().setFault("UTPS_DevSrv_DetectDevice", 1, 1);
-    TraceCapture trace;
+    m_host->card().clearCallLog();
+    const QString prefix =
+        QRegularExpression::escape(QStringLiteral("../../src/DeviceMgrUIPlugin/"
+                                                  "DeviceMgrService.cpp: StartDetectDevice: "));
+    auto line = [&prefix](const char* text) {
+        return QRegularExpression(QStringLiteral("^%1%2$").arg(prefix, QLatin1String(text)));
+    };
+    QTest::ignoreMessage(QtDebugMsg, line("UTPS_DevSrv_DetectDevice called"));
+    if (fails)
+        QTest::ignoreMessage(QtWarningMsg, line("UTPS_DevSrv_DetectDevice failed"));
+    else
+        QTest::failOnWarning(QRegularExpression(QStringLiteral("DetectDevice failed")));
+    QTest::ignoreMessage(QtDebugMsg, line("UTPS_DevSrv_DetectDevice success"));
+
     service->StartDetectDevice();
 
-    QCOMPARE(trace.matching(QStringLiteral("UTPS_DevSrv_DetectDevice called")).size(), 1);
-    QCOMPARE(trace.contains(QStringLiteral("UTPS_DevSrv_DetectDevice failed")), fails);
-    // Written in both cases: the detection's outcome comes as events.
-    QCOMPARE(trace.matching(QStringLiteral("UTPS_DevSrv_DetectDevice success")).size(), 1);
-    bool called = false;
-    for (const sim::CallRecord& call : m_host->card().callLog())
-        called = called || call.function == "UTPS_DevSrv_DetectDevice";
-    QVERIFY(called);
+    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_DetectDevice"), 1);
 }
 
 void tst_DeviceState::showChooseDeviceCreatesChooserOnce()
 {
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     QVERIFY(!service->chooser());
     TraceCapture trace;
 
     service->ShowChooseDevice();
     ChooseDevice* chooser = service->chooser();
     QVERIFY(chooser);
+    QVERIFY(chooserVisible(service));
     service->ShowChooseDevice();
     QCOMPARE(service->chooser(), chooser);
     QCOMPARE(trace.matching(QStringLiteral("m_pDlgChooseDev is NULL")).size(), 1);
@@ -790,8 +1098,8 @@ void tst_DeviceState::showChooseDeviceCreatesChooserOnce()
 
 void tst_DeviceState::unknownDeviceEventIsLogged()
 {
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     Transcript::instance().clear();
     TraceCapture trace;
     raise(m_host->card(), {6700});
@@ -804,8 +1112,8 @@ void tst_DeviceState::unknownDeviceEventIsLogged()
 
 void tst_DeviceState::initFinishedByWwanThreadRefreshesMenuOnceFrameShown()
 {
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    CDeviceMgrService* service = startWith({});
+    QVERIFY(service);
     Transcript::instance().clear();
     service->onDeviceInitFinishHandler();
     QVERIFY(m_host->records(QStringLiteral("menu")).isEmpty());
