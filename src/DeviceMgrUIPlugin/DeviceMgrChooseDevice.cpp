@@ -64,15 +64,10 @@ ChooseDevice::ChooseDevice() : QObject(nullptr) {}
 
 ChooseDevice::~ChooseDevice()
 {
-    delete m_pChooseDlg;
-    m_pChooseDlg = nullptr;
+    ChooseDevExtendDialog* dialog = m_pChooseDlg;
+    forgetDialog();
+    delete dialog;
     m_pUILogic = nullptr;
-    m_pMainWidget = nullptr;
-    m_pTableWidget = nullptr;
-    m_pCurrentItem = nullptr;
-    m_pHeaderIconItem = nullptr;
-    m_pHeaderNameItem = nullptr;
-    m_pDelegate = nullptr;
     m_lstChangedPlugins.clear();
     m_lstUnloadPlugins.clear();
 }
@@ -119,15 +114,8 @@ void ChooseDevice::createChooseDlg(QWidget* parent)
     // A dialog replaced behind our back (its parent window went away) must
     // not leave a dangling pointer.
     connect(m_pChooseDlg, &QObject::destroyed, this, [this](QObject* dialog) {
-        if (dialog != static_cast<QObject*>(m_pChooseDlg))
-            return;
-        m_pChooseDlg = nullptr;
-        m_pMainWidget = nullptr;
-        m_pTableWidget = nullptr;
-        m_pCurrentItem = nullptr;
-        m_pHeaderIconItem = nullptr;
-        m_pHeaderNameItem = nullptr;
-        m_pDelegate = nullptr;
+        if (dialog == static_cast<QObject*>(m_pChooseDlg))
+            forgetDialog();
     });
 
     m_pChooseDlg->setObjectName(QStringLiteral("ChooseDevice_ExtendedDlg"));
@@ -203,7 +191,7 @@ void ChooseDevice::PopulateList()
     m_stDeviceInfo = m_pUILogic->GetDeviceInfo();
 
     const int count = m_stDeviceInfo.nDevNum;
-    if (static_cast<unsigned int>(count - 1) > MAX_DEVICE_COUNT - 1) {
+    if (static_cast<unsigned int>(count) - 1u > static_cast<unsigned int>(MAX_DEVICE_COUNT) - 1u) {
         qDebug("%s : %s : %s : m_stDeviceInfo.nDevNum  is not correct",
                DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         m_pTableWidget->clearContents();
@@ -264,6 +252,13 @@ void ChooseDevice::CloseDlg()
     // Forget the dialog before closing it: closing reports back through
     // rejected() and dlgCloseEvent(), both connected here.
     ChooseDevExtendDialog* dialog = m_pChooseDlg;
+    forgetDialog();
+    dialog->close();
+    dialog->deleteLater();
+}
+
+void ChooseDevice::forgetDialog()
+{
     m_pChooseDlg = nullptr;
     m_pMainWidget = nullptr;
     m_pTableWidget = nullptr;
@@ -271,8 +266,6 @@ void ChooseDevice::CloseDlg()
     m_pHeaderIconItem = nullptr;
     m_pHeaderNameItem = nullptr;
     m_pDelegate = nullptr;
-    dialog->close();
-    dialog->deleteLater();
 }
 
 void ChooseDevice::ChangeLang()

@@ -61,6 +61,9 @@ public slots:
     void CloseDlg();
 
 private:
+    // Drops the dialog and the widget pointers into it (they die with it).
+    void forgetDialog();
+
     DeviceMgrUILogic* m_pUILogic = nullptr;
     ChooseDevExtendDialog* m_pChooseDlg = nullptr;
     QWidget* m_pMainWidget = nullptr;

@@ -77,6 +77,29 @@ QString promptKey(unsigned int state)
     return QString::fromLatin1(kStandingPrompt);
 }
 
+// Keeps the message just shown for one second; onFPTimerOut then brings the
+// standing prompt back.
+void startPromptTimer(QTimer* timer, QObject* service)
+{
+    timer->start(FPPromptMs);
+    QObject::connect(timer, SIGNAL(timeout()), service, SLOT(onFPTimerOut()), Qt::UniqueConnection);
+}
+
+// Closes the prompt, forgets it and its parts (they die with it) and lets
+// the thread hand on what it held back.
+void releaseFPPrompt(ExtendDialog*& dialog, QWidget*& widget, QLabel*& label, QVBoxLayout*& layout,
+                     DevCheckFPThread* thread)
+{
+    dialog->close();
+    dialog->deleteLater();
+    dialog = nullptr;
+    widget = nullptr;
+    label = nullptr;
+    layout = nullptr;
+    if (thread)
+        thread->FPUnLock();
+}
+
 } // namespace
 
 int CDeviceMgrService::createFPDlg()
@@ -109,10 +132,8 @@ int CDeviceMgrService::createFPDlg()
     m_pdialogFPInfoDlg->setWindowModality(Qt::WindowModal);
     CommonUtils::MoveCentre(m_pdialogFPInfoDlg);
 
-    if (m_pFPTimer) {
-        m_pFPTimer->start(FPPromptMs);
-        connect(m_pFPTimer, SIGNAL(timeout()), this, SLOT(onFPTimerOut()), Qt::UniqueConnection);
-    }
+    if (m_pFPTimer)
+        startPromptTimer(m_pFPTimer, this);
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     return 0;
 }
@@ -120,8 +141,10 @@ int CDeviceMgrService::createFPDlg()
 void CDeviceMgrService::handleFPLockOnFramelaunchedEvent()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
-    if (m_pdialogFPInfoDlg)
+    if (m_pdialogFPInfoDlg) {
+        qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
+    }
     if (createFPDlg() != 0) {
         qDebug("%s: %s: %s: , entered, Error occured while creating Dialog",
                DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
@@ -133,37 +156,22 @@ void CDeviceMgrService::handleFPLockOnFramelaunchedEvent()
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
-namespace {
-
-// Closes the prompt and forgets it and its parts, which die with it.
-void disposeFPDialog(ExtendDialog*& dialog, QWidget*& widget, QLabel*& label, QVBoxLayout*& layout)
-{
-    dialog->close();
-    dialog->deleteLater();
-    dialog = nullptr;
-    widget = nullptr;
-    label = nullptr;
-    layout = nullptr;
-}
-
-} // namespace
-
 void CDeviceMgrService::handleFPVerifyEvent()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     const unsigned int state = m_uFPVerifyWord.load(std::memory_order_relaxed);
     // Without a prompt there is nothing to follow: the prompt exists only
     // once the main frame is on screen.
-    if (!m_pdialogFPInfoDlg)
+    if (!m_pdialogFPInfoDlg) {
+        qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
+    }
 
     if (state == VERIFYIND_GOOD_IMAGE) {
         m_bFPLockPending = false;
-        disposeFPDialog(m_pdialogFPInfoDlg, m_pwidgetFPInfoDlg, m_plabelFPInfoLabel,
-                        m_pFPlayoutVBox);
         DevCheckFPThread* thread = m_pFPThread.load();
-        if (thread)
-            thread->FPUnLock();
+        releaseFPPrompt(m_pdialogFPInfoDlg, m_pwidgetFPInfoDlg, m_plabelFPInfoLabel,
+                        m_pFPlayoutVBox, thread);
         if (m_bInitOnFrameShowPending) {
             // Main-frame initialisation runs the PIN check itself, so the
             // check-PIN event still held back would only start a second one.
@@ -178,8 +186,7 @@ void CDeviceMgrService::handleFPVerifyEvent()
     if (!m_pFPTimer)
         m_pFPTimer = new QTimer(this);
     ChangePrompt(static_cast<_UTPS_EN_VERIFYINDSTATE>(state));
-    m_pFPTimer->start(FPPromptMs);
-    connect(m_pFPTimer, SIGNAL(timeout()), this, SLOT(onFPTimerOut()), Qt::UniqueConnection);
+    startPromptTimer(m_pFPTimer, this);
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
@@ -195,25 +202,22 @@ void CDeviceMgrService::ChangePrompt(_UTPS_EN_VERIFYINDSTATE state)
 void CDeviceMgrService::onFPTimerOut()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
-    if (!m_pFPTimer)
-        return;
-    m_pFPTimer->stop();
-    m_pFPTimer->disconnect();
-    // Every sensor message stays for one second, then the standing prompt
-    // comes back.
-    if (m_pdialogFPInfoDlg && m_plabelFPInfoLabel)
-        m_plabelFPInfoLabel->setText(tr(QString::fromLatin1(kStandingPrompt)));
+    if (m_pFPTimer) {
+        m_pFPTimer->stop();
+        m_pFPTimer->disconnect();
+        // Every sensor message stays for one second, then the standing
+        // prompt comes back.
+        if (m_pdialogFPInfoDlg && m_plabelFPInfoLabel)
+            m_plabelFPInfoLabel->setText(tr(QString::fromLatin1(kStandingPrompt)));
+    }
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::FPLockOnDialogClose()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
-    if (!m_pdialogFPInfoDlg)
-        return;
-    disposeFPDialog(m_pdialogFPInfoDlg, m_pwidgetFPInfoDlg, m_plabelFPInfoLabel, m_pFPlayoutVBox);
-    DevCheckFPThread* thread = m_pFPThread.load();
-    if (thread)
-        thread->FPUnLock();
+    if (m_pdialogFPInfoDlg)
+        releaseFPPrompt(m_pdialogFPInfoDlg, m_pwidgetFPInfoDlg, m_plabelFPInfoLabel,
+                        m_pFPlayoutVBox, m_pFPThread.load());
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }

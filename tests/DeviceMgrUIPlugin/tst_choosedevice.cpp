@@ -10,6 +10,7 @@
 #include <CommonUtils.h>
 
 #include <QFile>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QImage>
 #include <QLabel>
@@ -18,6 +19,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTest>
+#include <QVBoxLayout>
 
 #include <memory>
 
@@ -191,6 +193,24 @@ void TestChooseDevice::dialogCarriesItsNamesAndTexts()
     QVERIFY(table->horizontalHeaderItem(0)->text().isEmpty());
     QCOMPARE(dialog->size(), QSize(320, 280));
     QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+    QVERIFY(dialog->findChild<QHBoxLayout*>(QStringLiteral("ChooseDevice_layoutButton")));
+    QVERIFY(dialog->findChild<QVBoxLayout*>(QStringLiteral("ChooseDevice_layoutMain")));
+
+    // A read-only list of names: one row at a time, no grid, no row numbers.
+    QCOMPARE(table->columnCount(), 2);
+    QCOMPARE(table->columnWidth(0), 30);
+    QCOMPARE(table->columnWidth(1), 260);
+    QCOMPARE(table->editTriggers(), QAbstractItemView::NoEditTriggers);
+    QCOMPARE(table->selectionMode(), QAbstractItemView::SingleSelection);
+    QCOMPARE(table->selectionBehavior(), QAbstractItemView::SelectRows);
+    QCOMPARE(table->horizontalScrollMode(), QAbstractItemView::ScrollPerPixel);
+    QVERIFY(!table->showGrid());
+    QVERIFY(table->verticalHeader()->isHidden());
+    QCOMPARE(table->horizontalHeader()->textElideMode(), Qt::ElideRight);
+    QCOMPARE(table->horizontalHeader()->minimumHeight(), 20);
+    QCOMPARE(table->horizontalHeaderItem(1)->textAlignment(),
+             int(Qt::AlignLeft | Qt::AlignVCenter));
+    QVERIFY(qobject_cast<TableDelegateItem*>(table->itemDelegate()));
 }
 
 void TestChooseDevice::clickSelectsOnlyTheNameCell_data()

@@ -103,6 +103,8 @@ private slots:
     void reloadSurvivesAMissingNotifier_data();
     void reloadSurvivesAMissingNotifier();
     void reloadWithoutContainerDoesNothing();
+    void traceLinesKeepTheirShape_data();
+    void traceLinesKeepTheirShape();
 
 private:
     void startWithTwoCards(int firstType, int secondType);
@@ -375,6 +377,66 @@ void TestDeviceReload::reloadWithoutContainerDoesNothing()
     QVERIFY(m_host->records(QStringLiteral("notify")).isEmpty());
     QVERIFY(m_sequence.isEmpty());
     QVERIFY(m_chooser->unloadPlugins().isEmpty());
+}
+
+void TestDeviceReload::traceLinesKeepTheirShape_data()
+{
+    QTest::addColumn<QString>("situation");
+    QTest::addColumn<QString>("line");
+    // The log readers' tools key on these exact shapes, odd punctuation
+    // included: "<time><sep><file><sep><function><sep><text>".
+    const QString time = QStringLiteral("\\d\\d:\\d\\d:\\d\\d:\\d{3}");
+    const QString file =
+        QStringLiteral("\\.\\./\\.\\./src/DeviceMgrUIPlugin/DeviceMgrChooseDevice\\.cpp");
+    const auto spaced = [&](const char* function, const char* text) {
+        return QStringLiteral("^%1 : %2 : %3 : %4$").arg(time, file, function, text);
+    };
+    const auto tight = [&](const char* function, const char* text) {
+        return QStringLiteral("^%1: %2: %3: %4$").arg(time, file, function, text);
+    };
+    const auto comma = [&](const char* function, const char* text) {
+        return QStringLiteral("^%1:,%2: %3: %4$").arg(time, file, function, text);
+    };
+    QTest::newRow("reload entered") << "reload" << tight("ReloadPlugins", "entered");
+    QTest::newRow("broadcast called") << "reload" << tight("BroadCastNotify", "called");
+    QTest::newRow("unregister line")
+        << "reload" << QStringLiteral("^ unRegisterFormPluginContainer Plugin: +\"P1\"$");
+    QTest::newRow("unloading line") << "reload" << QStringLiteral("^Unloading Plugin: +\"P1\"$");
+    QTest::newRow("no reload needed")
+        << "no change" << comma("ReloadPlugins", "don't need to reload");
+    QTest::newRow("reload without container")
+        << "no container" << comma("ReloadPlugins", "plugin container is null");
+    QTest::newRow("broadcast without container")
+        << "no container"
+        << tight("BroadCastNotify", "Startup::GetPluginContainer\\(\\) returned null ");
+    QTest::newRow("OK handler called")
+        << "OK without dialog" << spaced("onDeviceChangeOkButtonClicked", "called");
+    QTest::newRow("OK handler without dialog")
+        << "OK without dialog" << spaced("onDeviceChangeOkButtonClicked", "m_pUILogic = NULL");
+}
+
+void TestDeviceReload::traceLinesKeepTheirShape()
+{
+    QFETCH(QString, situation);
+    QFETCH(QString, line);
+    m_host->container().setReloadMap(jsonMap(R"({"Card A": ["P1"], "Card B": ["P2"]})"));
+    m_chooser->ReloadPlugins(QStringLiteral("Card A"), false);
+    TraceCapture trace;
+
+    if (situation == QLatin1String("reload")) {
+        m_chooser->ReloadPlugins(QStringLiteral("Card B"), false);
+    } else if (situation == QLatin1String("no change")) {
+        m_chooser->ReloadPlugins(QStringLiteral("Card A"), false);
+    } else if (situation == QLatin1String("no container")) {
+        Startup::SetPluginContainer(nullptr);
+        m_chooser->ReloadPlugins(QStringLiteral("Card B"), true);
+        m_chooser->BroadCastNotify(NTF_PLUGINS_RELOADING, 0, 0);
+        Startup::SetPluginContainer(&m_host->container());
+    } else {
+        m_chooser->onDeviceChangeOkButtonClicked();
+        QVERIFY(m_host->messages().isEmpty());
+    }
+    QCOMPARE(trace.lines().filter(QRegularExpression(line)).size(), 1);
 }
 
 QTEST_MAIN(TestDeviceReload)

@@ -14,8 +14,11 @@
 #include <QLabel>
 #include <QMutex>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTest>
+#include <QVBoxLayout>
 
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -149,7 +152,9 @@ private slots:
     void changePromptTable();
     void promptIsBuiltOnceAtFrameLaunch();
     void goodTouchWithoutPromptChangesNothing();
-    void goodTouchRunsDeferredFrameInitialisation();
+    void cardLockedBeforeFrameGetsPromptAtFrameShown();
+    void relockRestartsTheFinishedThread();
+    void laterInitEventFlushesWhatAStoppedThreadHeld();
     void deviceGoneClosesPromptAndReleasesThread();
     void threadLeavesWithoutDeliveringTheRest_data();
     void threadLeavesWithoutDeliveringTheRest();
@@ -159,6 +164,10 @@ private slots:
     void sendAllNotifiesDropsEventsWhenShuttingDown();
 
 private:
+    // Starts the service with the main frame up, plugs a fingerprint card
+    // and waits for its prompt; null when no prompt came.
+    CDeviceMgrService* plugLockedCardWithFrameUp();
+
     std::unique_ptr<HostFixture> m_host;
 };
 
@@ -171,6 +180,16 @@ void TestFingerprint::init()
 void TestFingerprint::cleanup()
 {
     m_host.reset();
+}
+
+CDeviceMgrService* TestFingerprint::plugLockedCardWithFrameUp()
+{
+    const int index = m_host->card().addCard(fingerprintCard(false));
+    CDeviceMgrService* service = m_host->startService();
+    m_host->frameShown();
+    m_host->card().plug(index);
+    return QTest::qWaitFor([service] { return service->fpDialog() != nullptr; }) ? service
+                                                                                 : nullptr;
 }
 
 void TestFingerprint::lockHoldsBackInitEventsUntilGoodTouch()
@@ -229,11 +248,8 @@ void TestFingerprint::lockHoldsBackInitEventsUntilGoodTouch()
 
 void TestFingerprint::promptFollowsSensorForOneSecond()
 {
-    const int index = m_host->card().addCard(fingerprintCard(false));
-    CDeviceMgrService* service = m_host->startService();
-    m_host->frameShown();
-    m_host->card().plug(index);
-    QTRY_VERIFY(service->fpDialog() != nullptr);
+    CDeviceMgrService* service = plugLockedCardWithFrameUp();
+    QVERIFY(service);
     QTRY_COMPARE(promptText(service), QStringLiteral("IDS_FPLOCK_PROMPT"));
 
     m_host->card().touchFingerprint(VERIFYIND_NO_MATCH);
@@ -260,17 +276,60 @@ void TestFingerprint::changePromptTable_data()
 {
     QTest::addColumn<uint>("state");
     QTest::addColumn<QString>("key");
-    QTest::newRow("0 good image") << 0u << "IDS_GUIMSG_GOOD_IMAGE";
-    QTest::newRow("1 no finger") << 1u << "IDS_GUIMSG_NO_FINGER";
-    QTest::newRow("12 put finger") << 12u << "IDS_GUIMSG_PUT_FINGER";
-    QTest::newRow("24 gui finish") << 24u << "IDS_GUIMSG_GUI_FINISH";
-    QTest::newRow("39 put finger 5") << 39u << "IDS_GUIMSG_PUT_FINGER5";
-    QTest::newRow("40 enroll progress") << 40u << "IDS_GUIMSG_ENROLL_PROGRESS";
+    // The SDK's name of each sensor state is the key's name: a shifted or
+    // misspelt entry shows the user the wrong advice.
+#define SENSOR_STATE(name)                                                                         \
+    QTest::newRow(#name) << uint(VERIFYIND_##name) << QStringLiteral("IDS_GUIMSG_" #name)
+    SENSOR_STATE(GOOD_IMAGE);
+    SENSOR_STATE(NO_FINGER);
+    SENSOR_STATE(TOO_LIGHT);
+    SENSOR_STATE(TOO_DRY);
+    SENSOR_STATE(TOO_DARK);
+    SENSOR_STATE(TOO_HIGH);
+    SENSOR_STATE(TOO_LOW);
+    SENSOR_STATE(TOO_LEFT);
+    SENSOR_STATE(TOO_RIGHT);
+    SENSOR_STATE(TOO_SMALL);
+    SENSOR_STATE(TOO_STRANGE);
+    SENSOR_STATE(BAD_QUALITY);
+    SENSOR_STATE(PUT_FINGER);
+    SENSOR_STATE(PUT_FINGER2);
+    SENSOR_STATE(PUT_FINGER3);
+    SENSOR_STATE(REMOVE_FINGER);
+    SENSOR_STATE(CONSOLIDATION_FAIL);
+    SENSOR_STATE(CONSOLIDATION_SUCCEED);
+    SENSOR_STATE(CLEAN_SENSOR);
+    SENSOR_STATE(KEEP_FINGER);
+    SENSOR_STATE(START);
+    SENSOR_STATE(VERIFY_START);
+    SENSOR_STATE(ENROLL_START);
+    SENSOR_STATE(FINGER_DETECT_START);
+    SENSOR_STATE(GUI_FINISH);
+    SENSOR_STATE(GUI_FINISH_SUCCEED);
+    SENSOR_STATE(GUI_FINISH_FAIL);
+    SENSOR_STATE(CALIB_START);
+    SENSOR_STATE(TOO_FAST);
+    SENSOR_STATE(TOO_SKEWED);
+    SENSOR_STATE(TOO_SHORT);
+    SENSOR_STATE(TOUCH_SENSOR);
+    SENSOR_STATE(PROCESSING_IMAGE);
+    SENSOR_STATE(SWIPE_IN_PROGRESS);
+    SENSOR_STATE(BACKWARD_MOVEMENT);
+    SENSOR_STATE(JOINT_DETECTED);
+    SENSOR_STATE(CENTER_AND_PRESS_HARDER);
+    SENSOR_STATE(IMAGE_PROCESSED);
+    SENSOR_STATE(PUT_FINGER4);
+    SENSOR_STATE(PUT_FINGER5);
+    SENSOR_STATE(ENROLL_PROGRESS);
+    SENSOR_STATE(NO_MATCH);
+#undef SENSOR_STATE
+    // Anything the SDK does not name shows the standing prompt; the state is
+    // compared unsigned, so large values do not wrap onto a named one.
     QTest::newRow("41 unknown") << 41u << "IDS_FPLOCK_PROMPT";
     QTest::newRow("254 unknown") << 254u << "IDS_FPLOCK_PROMPT";
-    QTest::newRow("255 no match") << 255u << "IDS_GUIMSG_NO_MATCH";
     QTest::newRow("256 unknown, not 0") << 256u << "IDS_FPLOCK_PROMPT";
     QTest::newRow("267 unknown, not 11") << 267u << "IDS_FPLOCK_PROMPT";
+    QTest::newRow("511 unknown, not 255") << 511u << "IDS_FPLOCK_PROMPT";
     QTest::newRow("top bit set") << 0x80000001u << "IDS_FPLOCK_PROMPT";
 }
 
@@ -295,6 +354,7 @@ void TestFingerprint::promptIsBuiltOnceAtFrameLaunch()
     QPointer<ExtendDialog> dialog = service->fpDialog();
     QVERIFY(dialog);
     QCOMPARE(dialog->objectName(), QStringLiteral("DeviceMgrUI_fplockInfoDlg"));
+    QVERIFY(dialog->findChild<QVBoxLayout*>(QStringLiteral("DeviceMgrUI_fplayoutVBox")));
     QCOMPARE(dialog->size(), QSize(310, 120));
     QCOMPARE(dialog->windowTitle(), QStringLiteral(" Prompt "));
     QVERIFY(dialog->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
@@ -334,42 +394,119 @@ void TestFingerprint::goodTouchWithoutPromptChangesNothing()
     QVERIFY(m_host->records(QStringLiteral("subscribe")).isEmpty());
 }
 
-void TestFingerprint::goodTouchRunsDeferredFrameInitialisation()
+void TestFingerprint::cardLockedBeforeFrameGetsPromptAtFrameShown()
 {
-    // A card that reports itself available while the lock event arrives:
-    // the main frame then comes up with the lock pending.
-    m_host->card().addCard({});
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
+    // Plugged (and locked) before the main window is up: its whole start-up,
+    // check-PIN included, arrives before the frame does.
+    sim::CardConfig config = fingerprintCard(true);
+    config.sim.pinEnabled = true;
+    m_host->card().addCard(config);
+    CDeviceMgrService* service = CDeviceMgrService::instance();
     InitEventLog log(service);
-    m_host->card().raiseEvent(UTPS_EVENT_DEV_FPLOCK, std::nullopt);
-    QTRY_VERIFY(service->fpLockPending());
+    m_host->startService();
+    QVERIFY(m_host->waitForEvents());
     DevCheckFPThread* thread = service->fpThread();
     QVERIFY(thread);
-    m_host->card().raiseEvent(UTPS_EVENT_DEV_CHECK_PIN, std::nullopt);
-    QTRY_COMPARE(thread->queuedEvents(), std::vector<int>{UTPS_EVENT_DEV_CHECK_PIN});
+    QTRY_COMPARE(thread->queuedEvents(),
+                 (std::vector<int>{UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                                   UTPS_EVENT_DEV_DEVICE_INIT_FINISH}));
+    QCOMPARE(log.codes(), (QList<int>{UTPS_EVENT_DEV_INIT_BEGIN, UTPS_EVENT_DEV_FPLOCK}));
+    QVERIFY(service->fpLockPending());
+    QVERIFY(!service->fpDialog());
 
     m_host->frameShown();
-    QTRY_VERIFY(service->fpDialog() != nullptr);
+    QVERIFY(service->fpDialog());
+    QVERIFY(service->fpDialog()->isVisible());
+    QCOMPARE(promptText(service), QStringLiteral("IDS_FPLOCK_PROMPT"));
+    // Main-frame initialisation waits for the unlock.
     QVERIFY(m_host->records(QStringLiteral("subscribe")).isEmpty());
+    QVERIFY(!service->verifyPinDialog());
 
+    const qint64 touchedAt = log.now();
     m_host->card().touchFingerprint(VERIFYIND_GOOD_IMAGE);
     QTRY_VERIFY(service->fpDialog() == nullptr);
-    // Frame initialisation ran now, and it made the check-PIN event that was
-    // still held back redundant.
-    QTRY_VERIFY(!m_host->records(QStringLiteral("subscribe")).isEmpty());
-    QVERIFY(thread->queuedEvents().empty());
+    QVERIFY(!service->fpLockPending());
+    QVERIFY(!thread->isLocked());
+    // It runs at the good touch, PIN check included, which makes the
+    // check-PIN event still held back redundant.
+    QVERIFY(!m_host->records(QStringLiteral("subscribe")).isEmpty());
+    QVERIFY(service->verifyPinDialog());
+    const std::vector<int> left = thread->queuedEvents();
+    QVERIFY(std::find(left.begin(), left.end(), int(UTPS_EVENT_DEV_CHECK_PIN)) == left.end());
+
+    // The rest follows one per second, the first a second after the touch.
+    const QList<int> expected{UTPS_EVENT_DEV_INIT_BEGIN, UTPS_EVENT_DEV_FPLOCK,
+                              UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_INIT_FINISH};
+    QTRY_COMPARE_WITH_TIMEOUT(log.codes(), expected, 5000);
+    const QList<InitEventLog::Delivery> all = log.deliveries();
+    QVERIFY2(all[2].ms - touchedAt >= 900, qPrintable(QString::number(all[2].ms - touchedAt)));
+    QVERIFY2(all[3].ms - all[2].ms >= 900, qPrintable(QString::number(all[3].ms - all[2].ms)));
     QTRY_VERIFY(thread->isFinished());
-    QCOMPARE(log.codes(), QList<int>{UTPS_EVENT_DEV_FPLOCK});
 }
 
-void TestFingerprint::deviceGoneClosesPromptAndReleasesThread()
+void TestFingerprint::relockRestartsTheFinishedThread()
 {
     const int index = m_host->card().addCard(fingerprintCard(false));
     CDeviceMgrService* service = m_host->startService();
     m_host->frameShown();
+    QVERIFY(m_host->waitForEvents());
+    // A first lock, released with nothing held behind it: the thread ends.
+    m_host->card().raiseEvent(UTPS_EVENT_DEV_FPLOCK, std::nullopt);
+    QTRY_VERIFY(service->fpDialog() != nullptr);
+    DevCheckFPThread* thread = service->fpThread();
+    QVERIFY(thread);
+    service->FPLockOnDialogClose();
+    QTRY_VERIFY_WITH_TIMEOUT(thread->isFinished(), 3000);
+
+    // The finished thread is started again, and holds back again.
+    InitEventLog log(service);
     m_host->card().plug(index);
     QTRY_VERIFY(service->fpDialog() != nullptr);
+    QCOMPARE(service->fpThread(), thread);
+    QVERIFY(thread->isRunning());
+    QVERIFY(thread->isLocked());
+    QTRY_VERIFY(!thread->queuedEvents().empty());
+    QCOMPARE(thread->queuedEvents().front(), int(UTPS_EVENT_DEV_INIT_SUCCESS));
+    QCOMPARE(log.codes(), (QList<int>{UTPS_EVENT_DEV_INIT_BEGIN, UTPS_EVENT_DEV_FPLOCK}));
+}
+
+void TestFingerprint::laterInitEventFlushesWhatAStoppedThreadHeld()
+{
+    m_host->card().addCard({});
+    CDeviceMgrService* service = m_host->startService();
+    QVERIFY(m_host->waitForEvents());
+    m_host->card().raiseEvent(UTPS_EVENT_DEV_FPLOCK, std::nullopt);
+    m_host->card().raiseEvent(UTPS_EVENT_DEV_INIT_SUCCESS, std::nullopt);
+    m_host->card().raiseEvent(UTPS_EVENT_DEV_DEVICE_INIT_FINISH, std::nullopt);
+    QVERIFY(m_host->card().waitIdle());
+    DevCheckFPThread* thread = service->fpThread();
+    QVERIFY(thread);
+    // The thread delivered the lock event and waits for the finger (a stop
+    // request before that would be cleared by the thread's start).
+    QTRY_VERIFY(service->fpLockPending());
+    // Told to stop while it waits: it leaves with the two events still
+    // queued.
+    emit thread->ThreadFinished();
+    QTRY_VERIFY_WITH_TIMEOUT(thread->isFinished(), 3000);
+    QCOMPARE(thread->queuedEvents().size(), size_t(2));
+
+    // The next init event hands those on first, half a second apart.
+    InitEventLog log(service);
+    m_host->card().raiseEvent(UTPS_EVENT_DEV_INIT_RESET, std::nullopt);
+    QVERIFY(m_host->card().waitIdle());
+    QCOMPARE(log.codes(),
+             (QList<int>{UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
+                         UTPS_EVENT_DEV_INIT_RESET}));
+    const QList<InitEventLog::Delivery> all = log.deliveries();
+    QVERIFY2(all[1].ms - all[0].ms >= 450, qPrintable(QString::number(all[1].ms - all[0].ms)));
+    QVERIFY(thread->queuedEvents().empty());
+    QVERIFY(!thread->isRunning());
+}
+
+void TestFingerprint::deviceGoneClosesPromptAndReleasesThread()
+{
+    CDeviceMgrService* service = plugLockedCardWithFrameUp();
+    QVERIFY(service);
     QPointer<ExtendDialog> dialog = service->fpDialog();
     DevCheckFPThread* thread = service->fpThread();
     QVERIFY(thread->isLocked());
@@ -423,6 +560,10 @@ void TestFingerprint::threadLeavesWithoutDeliveringTheRest()
     QVERIFY(trace.contains(QStringLiteral("Exit Device Check FP Thread")));
     if (how == QLatin1String("service quit"))
         QVERIFY(trace.contains(QStringLiteral("Events ignored: App Shutting down ")));
+    if (how == QLatin1String("stop")) {
+        QVERIFY(trace.lines().contains(QStringLiteral("DevCheckFPThread::Stop() Entered")));
+        QVERIFY(trace.lines().contains(QStringLiteral("DevCheckFPThread::Stop() Exit")));
+    }
 }
 
 void TestFingerprint::threadEndsWhenUnlockedAndDrained()
@@ -449,6 +590,7 @@ void TestFingerprint::threadEndsWhenUnlockedAndDrained()
 void TestFingerprint::popRemovesOnlyTheFirstEqualCode()
 {
     DevCheckFPThread thread;
+    TraceCapture trace;
     thread.Push(UTPS_EVENT_DEV_CHECK_PIN);
     thread.Push(UTPS_EVENT_DEV_INIT_SUCCESS);
     thread.Push(UTPS_EVENT_DEV_CHECK_PIN);
@@ -458,6 +600,14 @@ void TestFingerprint::popRemovesOnlyTheFirstEqualCode()
              (std::vector<int>{UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN}));
     thread.Pop(UTPS_EVENT_DEV_DEVICE_NO_PIN); // not queued: nothing changes
     QCOMPARE(thread.queuedEvents().size(), size_t(2));
+    // Both name the code first, before time, file and function.
+    const QRegularExpression popLine(QStringLiteral(
+        "^6012 \\d\\d:\\d\\d:\\d\\d:\\d{3}: "
+        "\\.\\./\\.\\./src/DeviceMgrUIPlugin/DeviceMgrService\\.cpp: Pop: Entered$"));
+    QCOMPARE(trace.lines().filter(popLine).size(), 1);
+    QCOMPARE(
+        trace.lines().filter(QRegularExpression(QStringLiteral("^6011 .*: Push: Entered$"))).size(),
+        2);
     thread.ClearNotifyList();
     QVERIFY(thread.queuedEvents().empty());
 }
