@@ -308,6 +308,7 @@ int CDeviceMgrService::createPUKDlg()
 
 int CDeviceMgrService::createInternalPUKLayouts()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogPUKDlg ? m_pdialogPUKDlg->MainWidget() : nullptr;
     if (!content) {
         qWarning("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
@@ -358,6 +359,7 @@ int CDeviceMgrService::createInternalPUKLayouts()
     m_plabelPUKTimes = tries;
     m_pbuttonPUKOK = ok;
     m_pbuttonPUKCancel = cancel;
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
@@ -403,6 +405,7 @@ int CDeviceMgrService::createModifyDlg()
 
 int CDeviceMgrService::setTextCreateModifyDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogModifyDlg ? m_pdialogModifyDlg->MainWidget() : nullptr;
     if (!content) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
@@ -453,11 +456,13 @@ int CDeviceMgrService::setTextCreateModifyDlg()
             SLOT(showNewPinContextMenu(QPoint)));
     connect(confirm, SIGNAL(customContextMenuRequested(QPoint)), this,
             SLOT(showConfirmPinContextMenu(QPoint)));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::setButtonsCreateModifyDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogModifyDlg ? m_pdialogModifyDlg->MainWidget() : nullptr;
     auto* column = content ? qobject_cast<QVBoxLayout*>(content->layout()) : nullptr;
     if (!column) {
@@ -480,11 +485,13 @@ int CDeviceMgrService::setButtonsCreateModifyDlg()
 
     connect(ok, SIGNAL(clicked()), this, SLOT(onModOkButtonClicked()));
     connect(cancel, SIGNAL(clicked()), this, SLOT(onCancelButtonClicked()));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 void CDeviceMgrService::setDlgToInitialState()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     switch (m_ePinState) {
     case DEVMGR_PIN_VERIFY:
         setDlgToInitialStateVerifyPin();
@@ -502,10 +509,12 @@ void CDeviceMgrService::setDlgToInitialState()
     default:
         break;
     }
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateVerifyPin()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg || !m_pUILogic || !m_peditVerifyPINText || !m_pbuttonVerifyPINOK ||
         !m_plabelVerifyPINTimes) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
@@ -516,10 +525,12 @@ void CDeviceMgrService::setDlgToInitialStateVerifyPin()
     m_peditVerifyPINText->setFocus();
     m_plabelVerifyPINTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStatePinVerify()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg || !m_pUILogic || !m_peditPINText || !m_pbuttonPINOK ||
         !m_plabelPINTimes) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
@@ -530,10 +541,12 @@ void CDeviceMgrService::setDlgToInitialStatePinVerify()
     m_peditPINText->setFocus();
     m_plabelPINTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateUnlockPin()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPUKDlg || !m_pUILogic || !m_peditPUKText || !m_peditPUKPINText ||
         !m_peditConfirmPUKPINText || !m_pbuttonPUKOK || !m_plabelPUKTimes) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
@@ -545,10 +558,12 @@ void CDeviceMgrService::setDlgToInitialStateUnlockPin()
     m_plabelPUKTimes->setText(
         triesText("IDS_MAINFRM_PUK_REMAIN_PROMPT", m_pUILogic->GetPUKRetryTimes()));
     m_pdialogPUKDlg->show();
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateModifyPin()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogModifyDlg || !m_pUILogic || !m_peditCurrPINText || !m_peditNewPINText ||
         !m_peditConfirmNewPINText || !m_pbuttonModOK || !m_plabelModTimes) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
@@ -559,10 +574,12 @@ void CDeviceMgrService::setDlgToInitialStateModifyPin()
     m_peditCurrPINText->setFocus();
     m_plabelModTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onTextEdited(QString text)
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     switch (m_ePinState) {
     case DEVMGR_PIN_VERIFY:
         if (m_pbuttonVerifyPINOK)
@@ -582,10 +599,12 @@ void CDeviceMgrService::onTextEdited(QString text)
     default:
         break;
     }
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::processTextEditedUnlockPin()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_peditPUKText || !m_peditPUKPINText || !m_peditConfirmPUKPINText || !m_pbuttonPUKOK)
         return;
     // Stricter on the PUK (all eight digits) than on the two PINs.
@@ -593,20 +612,24 @@ void CDeviceMgrService::processTextEditedUnlockPin()
                         m_peditPUKPINText->text().length() >= kMinPinLength &&
                         m_peditConfirmPUKPINText->text().length() >= kMinPinLength;
     setOkState(m_pbuttonPUKOK, usable);
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::processTextEditedModifyPin()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_peditCurrPINText || !m_peditNewPINText || !m_peditConfirmNewPINText || !m_pbuttonModOK)
         return;
     const bool usable = m_peditCurrPINText->text().length() >= kMinPinLength &&
                         m_peditNewPINText->text().length() >= kMinPinLength &&
                         m_peditConfirmNewPINText->text().length() >= kMinPinLength;
     setOkState(m_pbuttonModOK, usable);
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangVerifyPinDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg || !m_plabelVerifyPIN || !m_pbuttonVerifyPINOK ||
         !m_pbuttonVerifyPINCancel)
         return;
@@ -614,10 +637,12 @@ void CDeviceMgrService::changeLangVerifyPinDlg()
     m_plabelVerifyPIN->setText(text("IDS_MAINFRM_INPUT_PIN_PROMPT"));
     m_pbuttonVerifyPINOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonVerifyPINCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangPinDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg || !m_pbuttonPINOK || !m_pbuttonPINCancel)
         return;
     if (m_ePinState == DEVMGR_PIN_ENABLE)
@@ -627,10 +652,12 @@ void CDeviceMgrService::changeLangPinDlg()
     // The prompt keeps its text until the dialog is built again.
     m_pbuttonPINOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonPINCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangModifyPinDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogModifyDlg || !m_plabelCurrPIN || !m_plabelNewPIN || !m_plabelConfirmPIN ||
         !m_pbuttonModOK || !m_pbuttonModCancel)
         return;
@@ -640,10 +667,12 @@ void CDeviceMgrService::changeLangModifyPinDlg()
     m_plabelConfirmPIN->setText(text("IDS_MAINFRM_INPUT_NEW_PIN_PROMPT2"));
     m_pbuttonModOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonModCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangPukDlg()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPUKDlg || !m_plabelPUK || !m_plabelPUKNewPIN || !m_plabelPUKConfirmPIN ||
         !m_pbuttonPUKOK || !m_pbuttonPUKCancel)
         return;
@@ -653,10 +682,12 @@ void CDeviceMgrService::changeLangPukDlg()
     m_plabelPUKConfirmPIN->setText(text("IDS_MAINFRM_INPUT_NEW_PIN_PROMPT2"));
     m_pbuttonPUKOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonPUKCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onCloseDialog(QCloseEvent* event)
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!event)
         return;
     // While the SIM waits for its PIN or PUK a plain close request is turned
@@ -665,6 +696,7 @@ void CDeviceMgrService::onCloseDialog(QCloseEvent* event)
         event->ignore();
     else
         event->accept();
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::showVerifyPinContextMenu(QPoint point)

@@ -82,6 +82,14 @@ template <typename Dialog> void discardDialog(Dialog*& dialog)
     old->deleteLater();
 }
 
+// Puts a freshly built dialog in place of `dialog`; false when `create` could
+// not build it.
+template <typename Dialog, typename Create> bool replaceDialog(Dialog*& dialog, Create create)
+{
+    discardDialog(dialog);
+    return create() == 0 && dialog;
+}
+
 void showAndFocus(QDialog* dialog, QWidget* firstField)
 {
     CommonUtils::MoveCentre(dialog);
@@ -167,6 +175,7 @@ void CDeviceMgrService::launchPinDlg(E_DEVMGR_PIN_STATE state)
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (m_bFrameShown) {
         launchSpecificPinDlg(state);
+        qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
         return;
     }
     // Nothing is shown before the frame; the other plug-ins still learn
@@ -220,6 +229,7 @@ int CDeviceMgrService::VerifyPIN()
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_VERIFY;
     showVerifyPINDlg();
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogVerifyPINDlg ? 1 : 0;
 }
 
@@ -228,6 +238,7 @@ int CDeviceMgrService::EnablePIN()
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_ENABLE;
     showPINDlg();
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogPINDlg ? 1 : 0;
 }
 
@@ -236,6 +247,7 @@ int CDeviceMgrService::DisablePIN()
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_DISABLE;
     showPINDlg();
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogPINDlg ? 1 : 0;
 }
 
@@ -243,8 +255,7 @@ int CDeviceMgrService::UnlockPIN()
 {
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_UNLOCK_PIN;
-    discardDialog(m_pdialogPUKDlg);
-    if (createPUKDlg() != 0) {
+    if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
         qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
         return 0;
     }
@@ -257,8 +268,7 @@ int CDeviceMgrService::ModifyPIN()
 {
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_MODIFY;
-    discardDialog(m_pdialogModifyDlg);
-    if (createModifyDlg() != 0) {
+    if (!replaceDialog(m_pdialogModifyDlg, [this] { return createModifyDlg(); })) {
         qDebug("%s: %s: %s: ,entered, Error occured while creating Dialog", DM_TRACE_ARGS(kFile));
         return 0;
     }
@@ -270,8 +280,7 @@ int CDeviceMgrService::ModifyPIN()
 void CDeviceMgrService::showVerifyPINDlg()
 {
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
-    discardDialog(m_pdialogVerifyPINDlg);
-    if (createVerifyPINDlg() != 0) {
+    if (!replaceDialog(m_pdialogVerifyPINDlg, [this] { return createVerifyPINDlg(); })) {
         qDebug("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
@@ -282,8 +291,7 @@ void CDeviceMgrService::showVerifyPINDlg()
 void CDeviceMgrService::showPINDlg()
 {
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
-    discardDialog(m_pdialogPINDlg);
-    if (createPINDlg() != 0) {
+    if (!replaceDialog(m_pdialogPINDlg, [this] { return createPINDlg(); })) {
         qDebug("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
@@ -333,6 +341,10 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
 
     if (remaining < 0) {
         closeWithoutAsking(m_pdialogVerifyPINDlg);
+        if (remaining == -1) {
+            m_peditVerifyPINText->clear();
+            m_plabelVerifyPINTimes->setText(text("IDS_MAINFRM_UNKNOWN"));
+        }
     } else {
         showPinMessage(m_bMsgBoxShown, QMessageBox::Information, nullptr,
                        text("IDS_PIN_CHECK_FAILED"));
@@ -341,8 +353,7 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
         } else {
             // The last try is gone: the SIM now wants its PUK.
             closeWithoutAsking(m_pdialogVerifyPINDlg);
-            discardDialog(m_pdialogPUKDlg);
-            if (createPUKDlg() != 0) {
+            if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
                 qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
                 return;
             }
@@ -351,10 +362,6 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
             setDlgToInitialState();
         }
     }
-    if (remaining == -1 && m_peditVerifyPINText && m_plabelVerifyPINTimes) {
-        m_peditVerifyPINText->clear();
-        m_plabelVerifyPINTimes->setText(text("IDS_MAINFRM_UNKNOWN"));
-    }
     qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
@@ -362,8 +369,7 @@ void CDeviceMgrService::onPINOkButtonClicked()
 {
     qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
-    if (!m_peditPINText || !m_pUILogic || !m_pdialogPINDlg || !m_plabelPINTimes ||
-        !m_pbuttonPINOK) {
+    if (!m_peditPINText || !m_pUILogic || !m_pdialogPINDlg || !m_plabelPINTimes) {
         qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
@@ -403,7 +409,7 @@ void CDeviceMgrService::onPINOkButtonClicked()
         if (m_pMainMenu)
             m_pMainMenu->RefreshMenu();
         m_plabelPINTimes->setText(text("IDS_MAINFRM_UNKNOWN"));
-    } else {
+    } else if (remaining == 0) {
         processPINPUK();
     }
     qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
@@ -418,8 +424,7 @@ void CDeviceMgrService::processPINPUK()
     }
     m_pdialogPINDlg->close();
     m_pMainMenu->RefreshMenu();
-    discardDialog(m_pdialogPUKDlg);
-    if (createPUKDlg() != 0) {
+    if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
         qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
@@ -560,8 +565,7 @@ void CDeviceMgrService::modifyPinModOkButtonClicked(QString& oldPin, QString& ne
         setDlgToInitialState();
     } else if (remaining == 0) {
         m_pdialogModifyDlg->close();
-        discardDialog(m_pdialogPUKDlg);
-        if (createPUKDlg() != 0) {
+        if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
             qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
             return;
         }
@@ -574,6 +578,7 @@ void CDeviceMgrService::modifyPinModOkButtonClicked(QString& oldPin, QString& ne
 
 void CDeviceMgrService::displaySuccessMsgBoxPINOkButtonClicked()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg) {
         qDebug("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
         return;
@@ -584,10 +589,12 @@ void CDeviceMgrService::displaySuccessMsgBoxPINOkButtonClicked()
     else if (m_ePinState == DEVMGR_PIN_DISABLE)
         showPinMessage(m_bMsgBoxShown, QMessageBox::Information, m_pdialogPINDlg,
                        text("IDS_MAINFRM_DISABLEPIN_SUCCESS"));
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::displayFailureMsgBoxPINOkButtonClicked()
 {
+    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg) {
         qDebug("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
         return;
@@ -606,6 +613,7 @@ void CDeviceMgrService::displayFailureMsgBoxPINOkButtonClicked()
     if (body.isEmpty())
         body = text(failedKey);
     showPinMessage(m_bMsgBoxShown, QMessageBox::Information, m_pdialogPINDlg, body);
+    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onCancelButtonClicked()

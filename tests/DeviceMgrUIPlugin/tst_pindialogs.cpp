@@ -307,13 +307,25 @@ void tst_PinDialogs::dialogsAreBuiltAsNamed()
 void tst_PinDialogs::singleFieldDialogsUseTheirMarginsAndSpacing_data()
 {
     QTest::addColumn<QString>("which");
-    QTest::newRow("enter PIN") << "verify";
-    QTest::newRow("enable PIN") << "enable";
+    QTest::addColumn<QString>("triesName");
+    QTest::addColumn<QString>("okName");
+    QTest::addColumn<QString>("cancelName");
+    QTest::newRow("enter PIN") << "verify"
+                               << "DeviceMgrUI_VerifyPINTimes"
+                               << "DeviceMgrUI_VerifyPINO"
+                               << "DeviceMgrUI_VerifyPINCancel";
+    QTest::newRow("enable PIN") << "enable"
+                                << "DeviceMgrUI_m_plabelPINTimes"
+                                << "DeviceMgrUI_dialogInfoDlg"
+                                << "DeviceMgrUI_dialogInfoDlg";
 }
 
 void tst_PinDialogs::singleFieldDialogsUseTheirMarginsAndSpacing()
 {
     QFETCH(QString, which);
+    QFETCH(QString, triesName);
+    QFETCH(QString, okName);
+    QFETCH(QString, cancelName);
     start(cardWithPinRetries(3));
     auto* dialog = qobject_cast<ExtendDialog*>(openDialog(m_service, which));
     QVERIFY(dialog);
@@ -321,13 +333,21 @@ void tst_PinDialogs::singleFieldDialogsUseTheirMarginsAndSpacing()
     QVERIFY(layout);
     QCOMPARE(layout->contentsMargins(), QMargins(30, 0, 30, 0));
     QCOMPARE(layout->spacing(), 15);
-    // Tries, prompt and field stacked, then the row of buttons.
+    // Tries, prompt and field stacked, then OK and Cancel side by side.
     QCOMPARE(layout->count(), 4);
-    QVERIFY(qobject_cast<QLabel*>(layout->itemAt(0)->widget()));
-    QVERIFY(qobject_cast<QLabel*>(layout->itemAt(1)->widget()));
+    QWidget* tries = layout->itemAt(0)->widget();
+    QVERIFY(qobject_cast<QLabel*>(tries));
+    QCOMPARE(tries->objectName(), triesName);
+    auto* prompt = qobject_cast<QLabel*>(layout->itemAt(1)->widget());
+    QVERIFY(prompt);
+    QCOMPARE(prompt->text(), uiText("IDS_MAINFRM_INPUT_PIN_PROMPT"));
     QVERIFY(qobject_cast<LineEdit*>(layout->itemAt(2)->widget()));
-    QVERIFY(layout->itemAt(3)->layout());
-    QCOMPARE(layout->itemAt(3)->layout()->count(), 2);
+    QLayout* buttons = layout->itemAt(3)->layout();
+    QVERIFY(buttons);
+    QCOMPARE(buttons->count(), 2);
+    QCOMPARE(buttons->itemAt(0)->widget(), button(dialog, okName, uiText("IDS_MAINFRM_OK_PROMPT")));
+    QCOMPARE(buttons->itemAt(1)->widget(),
+             button(dialog, cancelName, uiText("IDS_MAINFRM_CANCEL_PROMPT")));
 }
 
 void tst_PinDialogs::fieldsTakeEightDigitsAndNothingElse_data()

@@ -14,9 +14,11 @@
 #include <ExtendDialog.h>
 #include <SiblingInterfaces.h>
 
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QLabel>
+#include <QPointer>
 #include <QPushButton>
 #include <QTest>
 
@@ -90,6 +92,46 @@ void clickPinDialogOk(QWidget* dialog)
     QFAIL("no OK button in the PIN dialog");
 }
 
+// Opens one of the PIN dialogs through IDeviceMgr, as another plug-in would.
+QDialog* openDialog(CDeviceMgrService* service, const QString& which)
+{
+    struct Opener
+    {
+        int (CDeviceMgrService::*operation)();
+        QDialog* (*dialog)(const CDeviceMgrService*);
+    };
+    static const QHash<QString, Opener> openers = {
+        {"verify",
+         {&CDeviceMgrService::VerifyPIN,
+          [](const CDeviceMgrService* s) -> QDialog* { return s->verifyPinDialog(); }}},
+        {"enable",
+         {&CDeviceMgrService::EnablePIN,
+          [](const CDeviceMgrService* s) -> QDialog* { return s->pinDialog(); }}},
+        {"disable",
+         {&CDeviceMgrService::DisablePIN,
+          [](const CDeviceMgrService* s) -> QDialog* { return s->pinDialog(); }}},
+        {"puk",
+         {&CDeviceMgrService::UnlockPIN,
+          [](const CDeviceMgrService* s) -> QDialog* { return s->pukDialog(); }}},
+    };
+    const Opener opener = openers.value(
+        which, {&CDeviceMgrService::ModifyPIN,
+                [](const CDeviceMgrService* s) -> QDialog* { return s->modifyDialog(); }});
+    (service->*opener.operation)();
+    return opener.dialog(service);
+}
+
+// The button of `dialog` with `name` and the translation of `key` as text
+// (the enable/disable dialog names OK and Cancel alike).
+QPushButton* buttonOf(QWidget* dialog, const char* name, const char* key)
+{
+    for (QPushButton* button : dialog->findChildren<QPushButton*>(QString::fromLatin1(name))) {
+        if (button->text() == uiText(key))
+            return button;
+    }
+    return nullptr;
+}
+
 sim::CardConfig card(bool pinEnabled, int pinRetries = 3, int pukRetries = 10)
 {
     sim::CardConfig config;
@@ -120,14 +162,22 @@ private slots:
     void changeOutcomes();
     void enableDisableOutcomes_data();
     void enableDisableOutcomes();
+    void refusalAdoptsTheStateTheCardReports();
     void okDuringACallNeverReachesTheCard_data();
     void okDuringACallNeverReachesTheCard();
-    void cancelClosesByState();
+    void cancelFollowsThePinState_data();
+    void cancelFollowsThePinState();
+    void unknownCountByDialog_data();
+    void unknownCountByDialog();
+    void okIsDisabledWhileTheCardDecides_data();
+    void okIsDisabledWhileTheCardDecides();
     void checkPinLeavesAnActivePinOrPukWindowAlone_data();
     void checkPinLeavesAnActivePinOrPukWindowAlone();
     void checkPinBeforeTheFrameOnlyRecordsTheState();
     void launchBeforeTheFramePublishesValidityOnly_data();
     void launchBeforeTheFramePublishesValidityOnly();
+    void launchWithTheFrameFollowsTheTable_data();
+    void launchWithTheFrameFollowsTheTable();
     void readySimReloadsThePluginsOfItsNetwork_data();
     void readySimReloadsThePluginsOfItsNetwork();
 
@@ -525,6 +575,27 @@ void tst_PinWorkflow::enableDisableOutcomes()
     QCOMPARE(m_host->card().card(0)->config.sim.pinEnabled, enabledAfter);
 }
 
+// A refused disable after which the card asks for its PIN again: the failure
+// is reported for the request the user made, then the service follows the
+// state the card reported.
+void tst_PinWorkflow::refusalAdoptsTheStateTheCardReports()
+{
+    startVerified();
+    QCOMPARE(m_service->DisablePIN(), 1);
+    ExtendDialog* dialog = m_service->pinDialog();
+    QVERIFY(dialog);
+    type(dialog, "DeviceMgrUI_dialogInfoDlg", QStringLiteral("9999"));
+    QVERIFY(m_host->card().overridePinStatus(UTPS_PIN_STATUS_PIN_REQUIRED, 0));
+    clickPinDialogOk(dialog);
+
+    QCOMPARE(m_host->messages().size(), 1);
+    QCOMPARE(m_host->messages().first().text, uiText("IDS_PIN_DISABLE_FAILED"));
+    QCOMPARE(m_service->reportedPinState(), DEVMGR_PIN_VERIFY);
+    QCOMPARE(m_service->pinState(), DEVMGR_PIN_VERIFY);
+    QVERIFY(!m_service->pukDialog());
+    QVERIFY(m_host->card().card(0)->config.sim.pinEnabled);
+}
+
 void tst_PinWorkflow::okDuringACallNeverReachesTheCard_data()
 {
     QTest::addColumn<QString>("which");
@@ -584,27 +655,192 @@ void tst_PinWorkflow::okDuringACallNeverReachesTheCard()
     QVERIFY(!m_host->records("notify").contains(miniFrameRecord(NTF_UPDATE_PINSTATUS)));
 }
 
-void tst_PinWorkflow::cancelClosesByState()
+void tst_PinWorkflow::cancelFollowsThePinState_data()
 {
-    start(card(true));
-    SimDlg* prompt = m_service->verifyPinDialog();
-    QVERIFY(prompt);
+    QTest::addColumn<QString>("which");
+    QTest::addColumn<bool>("pinEnabled");
+    QTest::addColumn<int>("pinRetries");
+    QTest::addColumn<QString>("cancelName");
+    QTest::addColumn<int>("reply"); // to the cancel question, if one comes
+    QTest::addColumn<bool>("asks");
+    QTest::addColumn<bool>("closes");
 
-    // The prompt the SIM forces asks; "No" keeps it.
-    m_host->queueReply(CommonUtils::SecondButton);
-    click(prompt, "DeviceMgrUI_VerifyPINCancel");
-    QCOMPARE(m_host->messages().size(), 1);
-    QVERIFY(prompt->isVisible());
-    click(prompt, "DeviceMgrUI_VerifyPINCancel");
-    QVERIFY(!prompt->isVisible());
+    QTest::newRow("1 enter PIN, confirmed")
+        << "verify" << true << 3 << "DeviceMgrUI_VerifyPINCancel" << CommonUtils::FirstButton
+        << true << true;
+    QTest::newRow("1 enter PIN, declined") << "verify" << true << 3 << "DeviceMgrUI_VerifyPINCancel"
+                                           << CommonUtils::SecondButton << true << false;
+    QTest::newRow("2 enable") << "enable" << false << 3 << "DeviceMgrUI_dialogInfoDlg"
+                              << CommonUtils::SecondButton << false << true;
+    QTest::newRow("3 disable") << "disable" << false << 3 << "DeviceMgrUI_dialogInfoDlg"
+                               << CommonUtils::SecondButton << false << true;
+    QTest::newRow("4 PUK, confirmed") << "puk" << true << 0 << "DeviceMgrUI_buttonPUKCancel"
+                                      << CommonUtils::FirstButton << true << true;
+    QTest::newRow("4 PUK, declined") << "puk" << true << 0 << "DeviceMgrUI_buttonPUKCancel"
+                                     << CommonUtils::SecondButton << true << false;
+    QTest::newRow("6 change") << "modify" << false << 3 << "DeviceMgrUI_buttonModCancel"
+                              << CommonUtils::SecondButton << false << true;
+    // The change dialog is still open when a PIN check finds the SIM ready.
+    QTest::newRow("0 outside 1 to 6") << "ready" << false << 3 << "DeviceMgrUI_buttonModCancel"
+                                      << CommonUtils::FirstButton << false << false;
+}
 
-    // The change dialog just closes.
+void tst_PinWorkflow::cancelFollowsThePinState()
+{
+    QFETCH(QString, which);
+    QFETCH(bool, pinEnabled);
+    QFETCH(int, pinRetries);
+    QFETCH(QString, cancelName);
+    QFETCH(int, reply);
+    QFETCH(bool, asks);
+    QFETCH(bool, closes);
+
+    start(card(pinEnabled, pinRetries));
+    const bool ready = which == QLatin1String("ready");
+    QDialog* dialog = openDialog(m_service, ready ? QStringLiteral("modify") : which);
+    QVERIFY(dialog && dialog->isVisible());
+    if (ready) {
+        m_service->checkPIN();
+        QCOMPARE(m_service->pinState(), DEVMGR_PIN_READY);
+    }
     m_host->clearMessages();
-    m_service->ModifyPIN();
-    ExtendDialog* change = m_service->modifyDialog();
-    click(change, "DeviceMgrUI_buttonModCancel");
-    QVERIFY(!change->isVisible());
+    QPushButton* cancel =
+        buttonOf(dialog, cancelName.toLatin1().constData(), "IDS_MAINFRM_CANCEL_PROMPT");
+    QVERIFY(cancel);
+
+    m_host->queueReply(reply);
+    QTest::mouseClick(cancel, Qt::LeftButton);
+
+    QCOMPARE(m_host->messages().size(), asks ? 1 : 0);
+    if (asks)
+        QCOMPARE(m_host->messages().first().text, uiText("IDS_MAINFRM_PIN_CANCELPROMPT"));
+    QCOMPARE(dialog->isVisible(), !closes);
+}
+
+void tst_PinWorkflow::unknownCountByDialog_data()
+{
+    QTest::addColumn<QString>("which");
+    QTest::addColumn<bool>("dialogStays");
+    QTest::addColumn<QString>("triesName"); // empty: the label is left alone
+    QTest::addColumn<QStringList>("emptied");
+
+    QTest::newRow("enter PIN") << "verify" << false << "DeviceMgrUI_VerifyPINTimes"
+                               << QStringList{"DeviceMgrUI_VerifyeditPINText"};
+    QTest::newRow("enable PIN") << "enable" << false << "DeviceMgrUI_m_plabelPINTimes"
+                                << QStringList{"DeviceMgrUI_dialogInfoDlg"};
+    QTest::newRow("PUK") << "puk" << true << "DeviceMgrUI_labelPUKTimes"
+                         << QStringList{"DeviceMgrUI_editPUKText", "DeviceMgrUI_editPUKPINText",
+                                        "DeviceMgrUI_editConfirmPUKPINText"};
+    QTest::newRow("change PIN") << "modify" << false << QString() << QStringList();
+}
+
+// The card takes the request but gives no count back: the enter-PIN, enable
+// and change dialogs close, the PUK dialog stays for another try, and no
+// message box is raised on the way.
+void tst_PinWorkflow::unknownCountByDialog()
+{
+    QFETCH(QString, which);
+    QFETCH(bool, dialogStays);
+    QFETCH(QString, triesName);
+    QFETCH(QStringList, emptied);
+
+    sim::CardConfig config = card(which == QLatin1String("verify"), 3);
+    if (which == QLatin1String("puk")) {
+        // A SIM the card no longer reports as usable: the PUK count is lost.
+        config.sim.status = 0;
+        config.sim.pinEnabled = true;
+        config.sim.pinRetries = 0;
+    }
+    start(config);
+    QDialog* dialog = which == QLatin1String("verify") ? m_service->verifyPinDialog()
+                                                       : openDialog(m_service, which);
+    QVERIFY(dialog && dialog->isVisible());
+    m_host->clearMessages();
+    const int menuBefore = m_host->records("menu").size();
+    const bool validBefore = m_service->validPinState();
+
+    sim::VirtualCard& sdk = m_host->card();
+    if (which == QLatin1String("verify")) {
+        type(dialog, "DeviceMgrUI_VerifyeditPINText", QStringLiteral("9999"));
+        sdk.setFault("UTPS_DevSrv_VerifyPin", -1, 1);
+        click(dialog, "DeviceMgrUI_VerifyPINO");
+    } else if (which == QLatin1String("enable")) {
+        type(dialog, "DeviceMgrUI_dialogInfoDlg", QStringLiteral("9999"));
+        sdk.setFault("UTPS_DevSrv_EnablePin", -1, 1);
+        sdk.setFault("UTPS_DevSrv_GetPinStatus", 1, 1);
+        QPushButton* ok = buttonOf(dialog, "DeviceMgrUI_dialogInfoDlg", "IDS_MAINFRM_OK_PROMPT");
+        QVERIFY(ok && ok->isEnabled());
+        QTest::mouseClick(ok, Qt::LeftButton);
+    } else if (which == QLatin1String("puk")) {
+        type(dialog, "DeviceMgrUI_editPUKText", QStringLiteral("87654321"));
+        type(dialog, "DeviceMgrUI_editPUKPINText", QStringLiteral("4321"));
+        type(dialog, "DeviceMgrUI_editConfirmPUKPINText", QStringLiteral("4321"));
+        sdk.setFault("UTPS_DevSrv_UnblockPin", -1, 1);
+        click(dialog, "DeviceMgrUI_buttonPUKOK");
+    } else {
+        type(dialog, "DeviceMgrUI_editCurrPINText", QStringLiteral("9999"));
+        type(dialog, "DeviceMgrUI_editNewPINText", QStringLiteral("5678"));
+        type(dialog, "DeviceMgrUI_editConfirmNewPINText", QStringLiteral("5678"));
+        sdk.setFault("UTPS_DevSrv_ChangePin", -1, 1);
+        sdk.setFault("UTPS_DevSrv_GetPinStatus", 1, 1);
+        click(dialog, "DeviceMgrUI_buttonModOK");
+    }
+
     QVERIFY(m_host->messages().isEmpty());
+    QCOMPARE(dialog->isVisible(), dialogStays);
+    if (!triesName.isEmpty())
+        QCOMPARE(labelText(dialog, triesName.toLatin1().constData()),
+                 uiText("IDS_MAINFRM_UNKNOWN"));
+    for (const QString& name : emptied)
+        QCOMPARE(fieldText(dialog, name.toLatin1().constData()), QString());
+    QVERIFY(m_host->records("menu").mid(menuBefore).contains(QStringLiteral("RefreshMenu")));
+    // Unknown is not "none left": no PUK dialog takes over.
+    if (which != QLatin1String("puk"))
+        QVERIFY(!m_service->pukDialog());
+    QCOMPARE(m_service->validPinState(), validBefore);
+}
+
+void tst_PinWorkflow::okIsDisabledWhileTheCardDecides_data()
+{
+    QTest::addColumn<bool>("puk");
+    QTest::newRow("enter PIN") << false;
+    QTest::newRow("PUK") << true;
+}
+
+void tst_PinWorkflow::okIsDisabledWhileTheCardDecides()
+{
+    QFETCH(bool, puk);
+    start(card(true, puk ? 0 : 3));
+    QDialog* dialog = puk ? static_cast<QDialog*>(m_service->pukDialog())
+                          : static_cast<QDialog*>(m_service->verifyPinDialog());
+    QVERIFY(dialog);
+    const char* okName = puk ? "DeviceMgrUI_buttonPUKOK" : "DeviceMgrUI_VerifyPINO";
+    auto* ok = dialog->findChild<QPushButton*>(QString::fromLatin1(okName));
+    QVERIFY(ok);
+    if (puk) {
+        type(dialog, "DeviceMgrUI_editPUKText", QStringLiteral("87654321"));
+        type(dialog, "DeviceMgrUI_editPUKPINText", QStringLiteral("4321"));
+        type(dialog, "DeviceMgrUI_editConfirmPUKPINText", QStringLiteral("4321"));
+    } else {
+        type(dialog, "DeviceMgrUI_VerifyeditPINText", QStringLiteral("9999"));
+    }
+    QVERIFY(ok->isEnabled());
+
+    // A second click while the card works on the first must find OK dead.
+    const std::string request = puk ? "UTPS_DevSrv_UnblockPin" : "UTPS_DevSrv_VerifyPin";
+    int seen = 0;
+    bool enabledDuringRequest = true;
+    m_host->card().setCallObserver([&](const sim::CallRecord& call) {
+        if (call.function != request)
+            return;
+        ++seen;
+        enabledDuringRequest = ok->isEnabled();
+    });
+    QTest::mouseClick(ok, Qt::LeftButton);
+    m_host->card().setCallObserver({});
+
+    QCOMPARE(seen, 1);
+    QVERIFY(!enabledDuringRequest);
 }
 
 void tst_PinWorkflow::checkPinLeavesAnActivePinOrPukWindowAlone_data()
@@ -668,9 +904,13 @@ void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly_data()
     QTest::addColumn<int>("state");
     QTest::addColumn<bool>("valid");
     QTest::addColumn<int>("notification");
-    QTest::newRow("ready") << int(DEVMGR_PIN_READY) << true << int(NTF_SIM_READY);
-    QTest::newRow("PIN needed") << int(DEVMGR_PIN_VERIFY) << false << int(NTF_SIM_NOT_READY);
-    QTest::newRow("PUK needed") << int(DEVMGR_UNLOCK_PIN) << false << int(NTF_SIM_NOT_READY);
+    QTest::addColumn<QString>("trace");
+    QTest::newRow("ready") << int(DEVMGR_PIN_READY) << true << int(NTF_SIM_READY)
+                           << "launchPinDlg : DEVMGR_PIN_READY. m_bValidPinState = true";
+    QTest::newRow("PIN needed") << int(DEVMGR_PIN_VERIFY) << false << int(NTF_SIM_NOT_READY)
+                                << "launchPinDlg :Pin not ready. m_bValidPinState = false";
+    QTest::newRow("PUK needed") << int(DEVMGR_UNLOCK_PIN) << false << int(NTF_SIM_NOT_READY)
+                                << "launchPinDlg :Pin not ready. m_bValidPinState = false";
 }
 
 void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly()
@@ -678,11 +918,15 @@ void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly()
     QFETCH(int, state);
     QFETCH(bool, valid);
     QFETCH(int, notification);
+    QFETCH(QString, trace);
     start(card(false), false);
     const int notesBefore = m_host->records("notify").size();
+    TraceCapture lines;
 
     m_service->launchPinDlg(E_DEVMGR_PIN_STATE(state));
 
+    QVERIFY2(lines.contains(trace), qPrintable(trace));
+    QVERIFY(!lines.contains(QStringLiteral("launchSpecificPinDlg")));
     QCOMPARE(m_service->validPinState(), valid);
     QCOMPARE(m_host->records("notify").mid(notesBefore),
              QStringList(broadcastRecord(notification)));
@@ -690,19 +934,97 @@ void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly()
     QVERIFY(!m_service->pukDialog());
 }
 
+void tst_PinWorkflow::launchWithTheFrameFollowsTheTable_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<bool>("validAfter");
+    QTest::addColumn<int>("notification"); // 0: none
+    QTest::addColumn<QString>("opens");    // the dialog that comes up, if any
+    QTest::addColumn<bool>("hidesPopup");
+    QTest::addColumn<QString>("trace"); // empty: none of the table's lines
+
+    QTest::newRow("1 PIN needed") << int(DEVMGR_PIN_VERIFY) << false << int(NTF_SIM_NOT_READY)
+                                  << "verify" << true
+                                  << "launchSpecificPinDlg : DEVMGR_PIN_VERIFY. m_bValidPinState = "
+                                     "false";
+    QTest::newRow("4 PUK needed") << int(DEVMGR_UNLOCK_PIN) << false << int(NTF_SIM_NOT_READY)
+                                  << "puk" << true
+                                  << "launchSpecificPinDlg : DEVMGR_UNLOCK_PIN. m_bValidPinState = "
+                                     "false";
+    QTest::newRow("0 ready") << int(DEVMGR_PIN_READY) << true << int(NTF_SIM_READY) << QString()
+                             << false
+                             << "launchSpecificPinDlg :DEV_MGR_PIN_READY. m_bValidPinState = true";
+    QTest::newRow("5 PUK blocked")
+        << int(DEVMGR_PIN_BLOCKED) << false << 0 << QString() << false << QString();
+    QTest::newRow("2 enable") << int(DEVMGR_PIN_ENABLE) << false << 0 << QString() << false
+                              << QString();
+}
+
+// With the frame on screen: the state picks validity, notification and
+// dialog; the information pop-up makes way for a PIN or PUK dialog only.
+void tst_PinWorkflow::launchWithTheFrameFollowsTheTable()
+{
+    QFETCH(int, state);
+    QFETCH(bool, validAfter);
+    QFETCH(int, notification);
+    QFETCH(QString, opens);
+    QFETCH(bool, hidesPopup);
+    QFETCH(QString, trace);
+
+    // The start-up prompt is up: the SIM is not valid yet.
+    start(card(true));
+    QVERIFY(!m_service->validPinState());
+    QPointer<SimDlg> prompt = m_service->verifyPinDialog();
+    QVERIFY(prompt);
+    QString info = QStringLiteral("Initialising");
+    m_service->showInfoDlg(info, 10000);
+    QPointer<ExtendDialog> popup = m_service->infoDialog();
+    QVERIFY(popup && popup->isVisible());
+    const int notesBefore = m_host->records("notify").size();
+    TraceCapture lines;
+
+    m_service->launchSpecificPinDlg(E_DEVMGR_PIN_STATE(state));
+
+    QCOMPARE(m_service->validPinState(), validAfter);
+    const QStringList notes = m_host->records("notify").mid(notesBefore);
+    QCOMPARE(notes, notification ? QStringList(broadcastRecord(notification)) : QStringList());
+    QCOMPARE(!popup || !popup->isVisible(), hidesPopup);
+    if (opens == QLatin1String("verify")) {
+        QVERIFY(m_service->verifyPinDialog() && m_service->verifyPinDialog()->isVisible());
+        QVERIFY(m_service->verifyPinDialog() != prompt);
+    } else {
+        QCOMPARE(m_service->verifyPinDialog(), prompt.data());
+    }
+    QCOMPARE(m_service->pukDialog() && m_service->pukDialog()->isVisible(),
+             opens == QLatin1String("puk"));
+    if (trace.isEmpty())
+        QVERIFY(!lines.contains(QStringLiteral("m_bValidPinState")));
+    else
+        QVERIFY2(lines.contains(trace), qPrintable(trace));
+    QVERIFY(!lines.contains(QStringLiteral("launchPinDlg")));
+}
+
 void tst_PinWorkflow::readySimReloadsThePluginsOfItsNetwork_data()
 {
     QTest::addColumn<QString>("imsi");
+    QTest::addColumn<bool>("showFrame");
+    QTest::addColumn<bool>("imsiReadable");
     QTest::addColumn<bool>("reloaded");
-    QTest::newRow("operator's IMSI") << "262019876543210" << true;
-    QTest::newRow("too short to name a network") << "2620" << false;
+    QTest::newRow("operator's IMSI") << "262019876543210" << true << true << true;
+    QTest::newRow("too short to name a network") << "2620" << true << true << false;
+    QTest::newRow("IMSI unreadable") << "262019876543210" << true << false << false;
+    QTest::newRow("frame not shown yet") << "262019876543210" << false << true << false;
 }
 
 void tst_PinWorkflow::readySimReloadsThePluginsOfItsNetwork()
 {
     QFETCH(QString, imsi);
+    QFETCH(bool, showFrame);
+    QFETCH(bool, imsiReadable);
     QFETCH(bool, reloaded);
     m_host = std::make_unique<HostFixture>();
+    if (!imsiReadable)
+        m_host->card().setFault("UTPS_DevSrv_GetImsiInfo", 1, -1);
     m_host->container().setReloadMap(
         QJsonObject{{QStringLiteral("IMSI2620"), QJsonArray{QStringLiteral("OperatorPlugin")}}});
     sim::CardConfig config = card(false);
@@ -710,12 +1032,17 @@ void tst_PinWorkflow::readySimReloadsThePluginsOfItsNetwork()
     m_host->card().addCard(config);
     m_service = m_host->startService();
     QVERIFY(m_host->waitForEvents());
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
+    if (showFrame) {
+        m_host->frameShown();
+        QVERIFY(m_host->waitForEvents());
+    }
 
-    // The PIN check after the frame came up found the SIM ready.
+    // A SIM without PIN protection is not checked at start-up: check it now.
+    m_host->card().clearCallLog();
+    m_service->checkPIN();
+
     QCOMPARE(m_service->pinState(), DEVMGR_PIN_READY);
-    QVERIFY(m_service->chooser());
+    QCOMPARE(countCalls(m_host->card(), "UTPS_DevSrv_GetImsiInfo"), showFrame ? 1 : 0);
     QCOMPARE(m_host->container().currentReloadPlugins().contains(QStringLiteral("OperatorPlugin")),
              reloaded);
 }

@@ -56,6 +56,7 @@ private slots:
     void stopBeforeTheRunIsForgotten();
     void noWwanServiceSignalsTwiceAfterAnEarlierReadiness();
     void instanceIsOneObject();
+    void deletedInstanceIsStillHandedOut();
     void serviceChecksAtOnceOnceReady();
     void serviceWithoutWwanChecksDirectly();
 
@@ -101,12 +102,13 @@ void tst_Win7Thread::endsWithOneSignal_data()
     QTest::addColumn<bool>("serviceActive");
     QTest::addColumn<QString>("trace"); // empty: none of the loop's lines
     QTest::addColumn<int>("readyPolls");
+    QTest::addColumn<int>("activeQueries");
 
     QTest::newRow("ready at the first poll")
-        << true << true << "run: UTPS_DevSrv_IsWWanReady ()" << 1;
+        << true << true << "run: UTPS_DevSrv_IsWWanReady ()" << 1 << 0;
     QTest::newRow("WWAN service not running")
-        << true << false << "run: UTPS_DevSrv_IsWWanServiceActive" << 1;
-    QTest::newRow("no WWAN service on the system") << false << true << QString() << 0;
+        << true << false << "run: UTPS_DevSrv_IsWWanServiceActive" << 1 << 1;
+    QTest::newRow("no WWAN service on the system") << false << true << QString() << 0 << 0;
 }
 
 void tst_Win7Thread::endsWithOneSignal()
@@ -115,6 +117,7 @@ void tst_Win7Thread::endsWithOneSignal()
     QFETCH(bool, serviceActive);
     QFETCH(QString, trace);
     QFETCH(int, readyPolls);
+    QFETCH(int, activeQueries);
 
     // Inactive service: readiness would come only much later.
     m_host->card().setHost(wwanHost(win7, serviceActive ? 0 : 100, serviceActive));
@@ -130,6 +133,7 @@ void tst_Win7Thread::endsWithOneSignal()
     QCOMPARE(finished.count(), 1);
     QVERIFY2(clock.elapsed() < 900, "no pass should have slept");
     QCOMPARE(countCalls("UTPS_DevSrv_IsWWanReady"), readyPolls);
+    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanServiceActive"), activeQueries);
     QCOMPARE(m_thread->isDeviceInitFinished(), win7);
     QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
     QVERIFY(lines.contains(QStringLiteral("run: DeviceMgrWin7Thread::run() Entered")));
@@ -232,6 +236,16 @@ void tst_Win7Thread::instanceIsOneObject()
     QVERIFY(!m_thread->isDeviceInitFinished());
     QVERIFY(!m_thread->isStopRequested());
     QVERIFY(!m_thread->isAppQuit());
+}
+
+// Only the service deletes the thread, and only while it is torn down itself:
+// the destructor leaves the class's pointer as it is.
+void tst_Win7Thread::deletedInstanceIsStillHandedOut()
+{
+    DeviceMgrWin7Thread* first = DeviceMgrWin7Thread::Instance();
+    const quintptr address = reinterpret_cast<quintptr>(first);
+    delete first;
+    QCOMPARE(reinterpret_cast<quintptr>(DeviceMgrWin7Thread::Instance()), address);
 }
 
 void tst_Win7Thread::serviceChecksAtOnceOnceReady()
