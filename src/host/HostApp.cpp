@@ -4,6 +4,7 @@
 #include "CommonUtils.h"
 #include "HostLog.h"
 #include "HostSiblings.h"
+#include "HostTranslator.h"
 #include "MainWindow.h"
 #include "NotificationNames.h"
 #include "PluginContainer.h"
@@ -28,7 +29,6 @@
 namespace {
 constexpr int DeviceManagerInterface = 4097;
 constexpr int ExposePollMs = 10;
-constexpr int PanelWidth = 480;
 
 void printError(const QString& message)
 {
@@ -116,8 +116,8 @@ bool HostApp::prepare()
         hooks.deviceManager = [this] { return deviceManager(); };
         hooks.notifyService = [this] { return m_siblings ? m_siblings->notifyService() : nullptr; };
         hooks.changeLanguage = [this](const QString& lang) { return changeLanguage(lang); };
-        hooks.screenshot = [this](const QString& file, QString* error) {
-            return screenshot(file, error);
+        hooks.screenshot = [this](const QString& file, bool screen, QString* error) {
+            return screenshot(file, screen, error);
         };
         m_runner = std::make_unique<ScenarioRunner>(m_scenario.steps, hooks);
         // From the very start: a plug-in may ask something before step 1.
@@ -234,7 +234,16 @@ void HostApp::prepareVirtualCard()
 
 void HostApp::installObservers()
 {
-    CommonUtils::SetMessageObserver(recordMessage);
+    CommonUtils::SetMessageObserver([this](const MessageRequest& request, int reply) {
+        recordMessage(request, reply);
+        // A box that the scenario answered was never on screen: its picture
+        // stands in for it.
+        if (!m_replay || !m_watcher || m_watcher->screenshotFolder().isEmpty())
+            return;
+        QString error;
+        if (!m_watcher->saveMessage(request, &error))
+            printError(error);
+    });
     CommonUtils::SetSettingsObserver(
         [](const QString& group, const QString& key, const QString& value) {
             Transcript::instance().record(QStringLiteral("setting"),
@@ -280,6 +289,10 @@ void HostApp::createHost()
         m_watcher->setScreenshotFolder(m_options.screenshots);
     }
 
+    // Before the first window, so that it starts in the host's language.
+    m_translator = std::make_unique<HostTranslator>();
+    m_translator->setLanguage(Change::Language());
+    QCoreApplication::installTranslator(m_translator.get());
     m_mainWindow = std::make_unique<MainWindow>(m_siblings.get());
     m_mainWindow->setLanguage(Change::Language());
     m_siblings->setMainWindow(m_mainWindow.get());
@@ -287,9 +300,7 @@ void HostApp::createHost()
             [this](const QString& lang) { changeLanguage(lang); });
     if (m_sim) {
         m_mainWindow->setDeviceNameSource(currentCardName);
-        auto* panel = new VirtualCardPanel(m_mainWindow.get());
-        m_mainWindow->addDockWidget(Qt::RightDockWidgetArea, panel);
-        m_mainWindow->resizeDocks({panel}, {PanelWidth}, Qt::Horizontal);
+        m_mainWindow->addPanel(new VirtualCardPanel(m_mainWindow.get()));
     }
 }
 
@@ -390,6 +401,10 @@ bool HostApp::changeLanguage(const QString& lang)
         if (auto* ui = qobject_cast<IUIPlugin*>(plugin.data()))
             ui->ChangeLang(lang);
     }
+    // Removing and installing again tells every window to retranslate.
+    m_translator->setLanguage(lang);
+    QCoreApplication::removeTranslator(m_translator.get());
+    QCoreApplication::installTranslator(m_translator.get());
     m_mainWindow->setLanguage(lang);
     m_siblings->notifyService()->BroadcastNotify(Notifications::LanguageChanged, 0, 0);
     return true;
@@ -406,20 +421,23 @@ void HostApp::onScenarioFinished(int exitCode)
         QCoreApplication::exit(exitCode);
 }
 
-bool HostApp::screenshot(const QString& file, QString* error)
+bool HostApp::screenshot(const QString& file, bool screen, QString* error)
 {
-    QWidget* window = m_watcher->currentWindow();
+    QWidget* window = screen ? m_mainWindow.get() : m_watcher->currentWindow();
     if (!window)
         window = m_mainWindow.get();
+    const QString name = screen ? QStringLiteral("screen") : window->objectName();
     QString path = file;
     const QString folder =
         m_options.screenshots.isEmpty() ? QDir::currentPath() : m_options.screenshots;
     if (path.isEmpty())
         path = m_options.screenshots.isEmpty()
-                   ? QDir(folder).filePath(window->objectName() + QStringLiteral(".png"))
-                   : m_watcher->nextScreenshotPath(window->objectName());
+                   ? QDir(folder).filePath(name + QStringLiteral(".png"))
+                   : m_watcher->nextScreenshotPath(name);
     else if (QFileInfo(path).isRelative())
         path = QDir(folder).filePath(path);
+    if (screen)
+        return WindowWatcher::save(m_watcher->screen(window), path, error);
     return WindowWatcher::save(window, path, error);
 }
 
@@ -456,5 +474,7 @@ void HostApp::shutDown()
     Startup::SetPluginContainer(nullptr);
     m_container.reset();
     m_siblings.reset();
+    QCoreApplication::removeTranslator(m_translator.get());
+    m_translator.reset();
     qDebug("linkhost: shut down");
 }

@@ -14,6 +14,7 @@
 #include <memory>
 
 class HostSiblings;
+class HostTranslator;
 class IDeviceMgr;
 class MainWindow;
 class PluginContainer;
@@ -61,7 +62,7 @@ private:
     void waitForExposure();
     void frameShown();
     void onScenarioFinished(int exitCode);
-    bool screenshot(const QString& file, QString* error);
+    bool screenshot(const QString& file, bool screen, QString* error);
     void finalScreenshot();
     void shutDown();
     void fail(const QString& message);
@@ -76,6 +77,7 @@ private:
 
     std::unique_ptr<PluginContainer> m_container;
     std::unique_ptr<HostSiblings> m_siblings;
+    std::unique_ptr<HostTranslator> m_translator;
     std::unique_ptr<MainWindow> m_mainWindow;
     std::unique_ptr<WindowWatcher> m_watcher;
     std::unique_ptr<ScenarioRunner> m_runner;

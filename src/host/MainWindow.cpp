@@ -7,7 +7,9 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QCheckBox>
-#include <QFormLayout>
+#include <QDockWidget>
+#include <QEvent>
+#include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
 #include <QMenuBar>
@@ -16,6 +18,32 @@
 
 namespace {
 constexpr int StatusMessageMs = 3000;
+
+struct DeviceEntry
+{
+    const char* text; // null: a separator
+    const char* op;
+    const char* objectName;
+};
+
+// The Device menu from top to bottom: every IDeviceMgr operation a person
+// starts, none of the state queries.
+const DeviceEntry DeviceEntries[] = {
+    {QT_TR_NOOP("Choose device..."), "ShowChooseDevice", "LinkHost_ActionChooseDevice"},
+    {nullptr, nullptr, nullptr},
+    {QT_TR_NOOP("Verify PIN..."), "VerifyPIN", "LinkHost_ActionVerifyPIN"},
+    {QT_TR_NOOP("Enable PIN..."), "EnablePIN", "LinkHost_ActionEnablePIN"},
+    {QT_TR_NOOP("Disable PIN..."), "DisablePIN", "LinkHost_ActionDisablePIN"},
+    {QT_TR_NOOP("Change PIN..."), "ModifyPIN", "LinkHost_ActionChangePIN"},
+    {QT_TR_NOOP("Unblock PIN..."), "UnlockPIN", "LinkHost_ActionUnblockPIN"},
+    {nullptr, nullptr, nullptr},
+    {QT_TR_NOOP("Radio on"), "EnableRF", "LinkHost_ActionRadioOn"},
+    {QT_TR_NOOP("Radio off"), "DisableRF", "LinkHost_ActionRadioOff"},
+    {QT_TR_NOOP("Go offline"), "SetOffline", "LinkHost_ActionOffline"},
+    {QT_TR_NOOP("Detach packet data"), "DetatchGPRS", "LinkHost_ActionDetach"},
+    {nullptr, nullptr, nullptr},
+    {QT_TR_NOOP("Detect devices"), "StartDetectDevice", "LinkHost_ActionDetect"},
+};
 
 // Operations that need a device, and those that need a usable SIM as well.
 bool needsDevice(const QString& op)
@@ -35,112 +63,126 @@ MainWindow::MainWindow(HostSiblings* siblings, QWidget* parent)
 {
     setObjectName(QStringLiteral("LinkHost_MainWindow"));
     setWindowTitle(QStringLiteral("linkhost"));
-    resize(900, 560);
+    resize(DefaultSize);
     buildCentre();
     buildMenus();
     connect(siblings->notifyService(), &NotifyServicePlugin::notified, this,
             &MainWindow::onNotified);
     connect(siblings->mainMenu(), &MainMenuPlugin::menuRequest, this, &MainWindow::onMenuRequest);
     connect(siblings->miniFrame(), &MiniFramePlugin::refreshed, this,
-            [this] { statusBar()->showMessage(tr("Mini frame refreshed"), StatusMessageMs); });
+            [this] { showStatus(tr("Mini frame refreshed")); });
     connect(siblings->dialup(), &DialupPlugin::connectionChanged, m_dialup, &QCheckBox::setChecked);
-    showState();
+    retranslate();
 }
 
 void MainWindow::buildCentre()
 {
     auto* centre = new QWidget(this);
     auto* layout = new QVBoxLayout(centre);
-    auto* state = new QFormLayout;
-    m_deviceLabel = new QLabel(centre);
-    m_deviceLabel->setObjectName(QStringLiteral("LinkHost_DeviceLabel"));
-    m_simLabel = new QLabel(centre);
-    m_simLabel->setObjectName(QStringLiteral("LinkHost_SimLabel"));
-    m_radioLabel = new QLabel(centre);
-    m_radioLabel->setObjectName(QStringLiteral("LinkHost_RadioLabel"));
-    state->addRow(m_deviceLabel);
-    state->addRow(m_simLabel);
-    state->addRow(m_radioLabel);
-    layout->addLayout(state);
+    m_stateBox = new QGroupBox(centre);
+    m_stateBox->setObjectName(QStringLiteral("LinkHost_StateBox"));
+    auto* state = new QVBoxLayout(m_stateBox);
+    const auto stateLabel = [this, state](const QString& name) {
+        auto* label = new QLabel(m_stateBox);
+        label->setObjectName(name);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        state->addWidget(label);
+        return label;
+    };
+    m_deviceLabel = stateLabel(QStringLiteral("LinkHost_DeviceLabel"));
+    m_simLabel = stateLabel(QStringLiteral("LinkHost_SimLabel"));
+    m_radioLabel = stateLabel(QStringLiteral("LinkHost_RadioLabel"));
+    layout->addWidget(m_stateBox);
 
-    m_dialup = new QCheckBox(tr("Data connection up"), centre);
+    m_dialup = new QCheckBox(centre);
     m_dialup->setObjectName(QStringLiteral("LinkHost_DialupConnected"));
     m_dialup->setChecked(m_siblings->dialup()->connected());
     connect(m_dialup, &QCheckBox::toggled, m_siblings, &HostSiblings::setDialupConnected);
     layout->addWidget(m_dialup);
 
-    layout->addWidget(new QLabel(tr("Notifications:"), centre));
+    m_listTitle = new QLabel(centre);
+    layout->addWidget(m_listTitle);
     m_notifications = new QListWidget(centre);
     m_notifications->setObjectName(QStringLiteral("LinkHost_NotificationList"));
+    m_notifications->setUniformItemSizes(true);
     layout->addWidget(m_notifications, 1);
     setCentralWidget(centre);
 }
 
+QAction* MainWindow::addAction(QMenu* menu, const char* text, const QString& objectName)
+{
+    QAction* action = menu->addAction(tr(text));
+    action->setObjectName(objectName);
+    m_actionTexts.append({action, text});
+    return action;
+}
+
 void MainWindow::buildMenus()
 {
-    QMenu* file = menuBar()->addMenu(tr("&File"));
-    QAction* quit = file->addAction(tr("&Quit"), this, &QWidget::close);
-    quit->setObjectName(QStringLiteral("LinkHost_ActionQuit"));
+    QMenu* file = menuBar()->addMenu(QString());
+    m_actionTexts.append({file->menuAction(), QT_TR_NOOP("&File")});
+    QAction* quit = addAction(file, QT_TR_NOOP("&Quit"), QStringLiteral("LinkHost_ActionQuit"));
     quit->setShortcut(QKeySequence::Quit);
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+    buildDeviceMenu();
+    buildLanguageMenu();
+}
 
-    m_deviceMenu = menuBar()->addMenu(tr("&Device"));
+void MainWindow::buildDeviceMenu()
+{
+    m_deviceMenu = menuBar()->addMenu(QString());
     m_deviceMenu->setObjectName(QStringLiteral("LinkHost_DeviceMenu"));
-    addDeviceAction(tr("Choose device..."), QStringLiteral("ShowChooseDevice"),
-                    QStringLiteral("LinkHost_ActionChooseDevice"));
-    m_deviceMenu->addSeparator();
-    addDeviceAction(tr("Verify PIN..."), QStringLiteral("VerifyPIN"),
-                    QStringLiteral("LinkHost_ActionVerifyPIN"));
-    addDeviceAction(tr("Enable PIN..."), QStringLiteral("EnablePIN"),
-                    QStringLiteral("LinkHost_ActionEnablePIN"));
-    addDeviceAction(tr("Disable PIN..."), QStringLiteral("DisablePIN"),
-                    QStringLiteral("LinkHost_ActionDisablePIN"));
-    addDeviceAction(tr("Change PIN..."), QStringLiteral("ModifyPIN"),
-                    QStringLiteral("LinkHost_ActionChangePIN"));
-    addDeviceAction(tr("Unblock PIN..."), QStringLiteral("UnlockPIN"),
-                    QStringLiteral("LinkHost_ActionUnblockPIN"));
-    m_deviceMenu->addSeparator();
-    addDeviceAction(tr("Radio on"), QStringLiteral("EnableRF"),
-                    QStringLiteral("LinkHost_ActionRadioOn"));
-    addDeviceAction(tr("Radio off"), QStringLiteral("DisableRF"),
-                    QStringLiteral("LinkHost_ActionRadioOff"));
-    addDeviceAction(tr("Offline"), QStringLiteral("SetOffline"),
-                    QStringLiteral("LinkHost_ActionOffline"));
-    addDeviceAction(tr("Detach"), QStringLiteral("DetatchGPRS"),
-                    QStringLiteral("LinkHost_ActionDetach"));
-    m_deviceMenu->addSeparator();
-    addDeviceAction(tr("Detect devices"), QStringLiteral("StartDetectDevice"),
-                    QStringLiteral("LinkHost_ActionDetect"));
+    m_actionTexts.append({m_deviceMenu->menuAction(), QT_TR_NOOP("&Device")});
+    for (const DeviceEntry& entry : DeviceEntries) {
+        if (!entry.text) {
+            m_deviceMenu->addSeparator();
+            continue;
+        }
+        const QString op = QLatin1String(entry.op);
+        QAction* action = addAction(m_deviceMenu, entry.text, QLatin1String(entry.objectName));
+        action->setData(op);
+        connect(action, &QAction::triggered, this, [this, op] {
+            if (!DeviceCalls::invoke(deviceManager(), op))
+                showStatus(tr("No device manager is loaded"));
+        });
+    }
     connect(m_deviceMenu, &QMenu::aboutToShow, this, &MainWindow::updateDeviceMenu);
     applyMenuState(false, false, false);
+}
 
-    m_languageMenu = menuBar()->addMenu(tr("&Language"));
+void MainWindow::buildLanguageMenu()
+{
+    m_languageMenu = menuBar()->addMenu(QString());
     m_languageMenu->setObjectName(QStringLiteral("LinkHost_LanguageMenu"));
+    m_actionTexts.append({m_languageMenu->menuAction(), QT_TR_NOOP("&Language")});
     auto* group = new QActionGroup(m_languageMenu);
+    // Each language by its own name, so that a person finds it whatever the
+    // current one is.
     const QList<std::pair<QString, QString>> languages = {
         {QStringLiteral("English"), QStringLiteral("en")},
-        {QStringLiteral("Deutsch"), QStringLiteral("de")},
-        {tr("Keys"), QStringLiteral("keys")}};
+        {QStringLiteral("Deutsch"), QStringLiteral("de")}};
     for (const auto& [text, lang] : languages) {
         QAction* action = m_languageMenu->addAction(text);
         action->setObjectName(QStringLiteral("LinkHost_ActionLanguage_") + lang);
         action->setData(lang);
-        action->setCheckable(true);
-        action->setChecked(lang == QLatin1String("en"));
         group->addAction(action);
-        const QString code = lang;
-        connect(action, &QAction::triggered, this, [this, code] { emit languageRequested(code); });
+    }
+    QAction* keys = addAction(m_languageMenu, QT_TR_NOOP("Resource keys"),
+                              QStringLiteral("LinkHost_ActionLanguage_keys"));
+    keys->setData(QStringLiteral("keys"));
+    group->addAction(keys);
+    for (QAction* action : group->actions()) {
+        action->setCheckable(true);
+        action->setChecked(action->data().toString() == QLatin1String("en"));
+        const QString lang = action->data().toString();
+        connect(action, &QAction::triggered, this, [this, lang] { emit languageRequested(lang); });
     }
 }
 
-void MainWindow::addDeviceAction(const QString& text, const QString& op, const QString& objectName)
+void MainWindow::addPanel(QDockWidget* panel)
 {
-    QAction* action = m_deviceMenu->addAction(text);
-    action->setObjectName(objectName);
-    action->setData(op);
-    connect(action, &QAction::triggered, this, [this, op] {
-        if (!DeviceCalls::invoke(deviceManager(), op))
-            statusBar()->showMessage(tr("No device manager is loaded"), StatusMessageMs);
-    });
+    addDockWidget(Qt::RightDockWidgetArea, panel);
+    resizeDocks({panel}, {PanelWidth}, Qt::Horizontal);
 }
 
 void MainWindow::setDeviceManager(QObject* manager)
@@ -178,6 +220,27 @@ bool MainWindow::isOperationEnabled(const QString& op, bool haveManager, bool de
     return !needsSim(op) || simValid;
 }
 
+QString MainWindow::routeName(const QString& to)
+{
+    if (to == QLatin1String(NotifyServicePlugin::BroadcastTarget))
+        return tr("all");
+    if (to == QLatin1String(NotifyServicePlugin::SubscribersTarget))
+        return tr("subscribers");
+    const std::pair<const char*, const char*> siblings[] = {
+        {LinkPlugins::MiniFrameClsid, QT_TR_NOOP("mini frame")},
+        {LinkPlugins::MainFrameClsid, QT_TR_NOOP("main frame")},
+        {LinkPlugins::MainMenuClsid, QT_TR_NOOP("main menu")},
+        {LinkPlugins::DialupClsid, QT_TR_NOOP("dial-up")},
+        {LinkPlugins::NotifyClsid, QT_TR_NOOP("notification service")}};
+    for (const auto& [clsid, name] : siblings) {
+        // Exactly as the notification service routes: another spelling
+        // reaches no sibling, and the list must not say it did.
+        if (to == QLatin1String(clsid))
+            return tr(name);
+    }
+    return to;
+}
+
 void MainWindow::updateDeviceMenu()
 {
     IDeviceMgr* manager = deviceManager();
@@ -197,10 +260,30 @@ void MainWindow::applyMenuState(bool haveManager, bool deviceAvailable, bool sim
     }
 }
 
+void MainWindow::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QMainWindow::changeEvent(event);
+}
+
+void MainWindow::retranslate()
+{
+    for (const auto& [action, text] : std::as_const(m_actionTexts))
+        action->setText(tr(text));
+    m_stateBox->setTitle(tr("Device state"));
+    m_dialup->setText(tr("Data connection up"));
+    m_listTitle->setText(tr("Notifications:"));
+    showState();
+}
+
 void MainWindow::onNotified(unsigned int code, const QString& to)
 {
+    const QString route = routeName(to);
     auto* item = new QListWidgetItem(
-        QStringLiteral("%1 %2 -> %3").arg(code).arg(Notifications::name(code), to));
+        QStringLiteral("%1 %2 -> %3").arg(code).arg(Notifications::name(code), route));
+    if (route != to)
+        item->setToolTip(to);
     m_notifications->addItem(item);
     m_notifications->scrollToBottom();
     learn(code);
@@ -211,10 +294,10 @@ void MainWindow::onMenuRequest(const QString& op)
 {
     // The device entries go grey when the device is gone or cleared.
     if (op == QLatin1String("DisableDeviceMenu")) {
-        m_device = Device::None;
+        forgetDevice();
         showState();
     }
-    statusBar()->showMessage(tr("Menu: %1").arg(op), StatusMessageMs);
+    showStatus(tr("Menu: %1").arg(op));
 }
 
 void MainWindow::learn(unsigned int code)
@@ -229,7 +312,7 @@ void MainWindow::learn(unsigned int code)
         m_device = Device::Changing;
         break;
     case Notifications::MiniFrameDeviceState:
-        m_device = Device::None;
+        forgetDevice();
         break;
     case Notifications::SimReady:
         m_sim = Tristate::Yes;
@@ -244,11 +327,19 @@ void MainWindow::learn(unsigned int code)
         m_radio = Tristate::No;
         break;
     case Notifications::RfSwitchChanged:
-        statusBar()->showMessage(tr("Radio switch changed"), StatusMessageMs);
+        showStatus(tr("Radio switch changed"));
         break;
     default:
         break;
     }
+}
+
+void MainWindow::forgetDevice()
+{
+    // What the last card said about its radio says nothing about the next.
+    m_device = Device::None;
+    m_name.clear();
+    m_radio = Tristate::Unknown;
 }
 
 void MainWindow::showState()
@@ -265,11 +356,17 @@ void MainWindow::showState()
                                                 : tr("Device: %1").arg(m_name));
         break;
     }
-    const auto word = [](Tristate state, const QString& yes, const QString& no) {
-        return state == Tristate::Unknown ? QStringLiteral("unknown")
-               : state == Tristate::Yes   ? yes
-                                          : no;
+    const auto word = [](Tristate state, const char* yes, const char* no) {
+        return tr(state == Tristate::Unknown ? QT_TR_NOOP("unknown")
+                  : state == Tristate::Yes   ? yes
+                                             : no);
     };
-    m_simLabel->setText(tr("SIM: %1").arg(word(m_sim, tr("ready"), tr("not ready"))));
-    m_radioLabel->setText(tr("Radio: %1").arg(word(m_radio, tr("on"), tr("off"))));
+    m_simLabel->setText(
+        tr("SIM: %1").arg(word(m_sim, QT_TR_NOOP("ready"), QT_TR_NOOP("not ready"))));
+    m_radioLabel->setText(tr("Radio: %1").arg(word(m_radio, QT_TR_NOOP("on"), QT_TR_NOOP("off"))));
+}
+
+void MainWindow::showStatus(const QString& message)
+{
+    statusBar()->showMessage(message, StatusMessageMs);
 }

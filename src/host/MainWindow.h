@@ -7,11 +7,14 @@
 #include <QPointer>
 
 #include <functional>
+#include <utility>
 
 class HostSiblings;
 class IDeviceMgr;
 class QAction;
 class QCheckBox;
+class QDockWidget;
+class QGroupBox;
 class QLabel;
 class QListWidget;
 class QMenu;
@@ -20,6 +23,10 @@ class MainWindow : public QMainWindow
 {
     Q_OBJECT
 public:
+    // What the window and a docked panel are laid out for.
+    static constexpr QSize DefaultSize{900, 560};
+    static constexpr int PanelWidth = 540;
+
     explicit MainWindow(HostSiblings* siblings, QWidget* parent = nullptr);
 
     // The plug-in object that offers IDeviceMgr, or null when none is loaded.
@@ -30,6 +37,9 @@ public:
     // Ticks the entry of `lang` in the Language menu.
     void setLanguage(const QString& lang);
 
+    // Docks `panel` at the right, as wide as a panel needs.
+    void addPanel(QDockWidget* panel);
+
     QMenu* deviceMenu() const { return m_deviceMenu; }
     // Enables the Device menu's entries by the device manager's state; the
     // menu does this itself each time it is about to be shown.
@@ -38,9 +48,15 @@ public:
     // Which operations the Device menu offers when.
     static bool isOperationEnabled(const QString& op, bool haveManager, bool deviceAvailable,
                                    bool simValid);
+    // How the notification list names a notification's receivers: "all",
+    // a sibling plug-in's name, or the class identifier as it was given.
+    static QString routeName(const QString& to);
 
 signals:
     void languageRequested(const QString& lang);
+
+protected:
+    void changeEvent(QEvent* event) override;
 
 private:
     enum class Device
@@ -58,12 +74,17 @@ private:
 
     void buildCentre();
     void buildMenus();
-    void addDeviceAction(const QString& text, const QString& op, const QString& objectName);
+    void buildDeviceMenu();
+    void buildLanguageMenu();
+    QAction* addAction(QMenu* menu, const char* text, const QString& objectName);
+    void retranslate();
     void applyMenuState(bool haveManager, bool deviceAvailable, bool simValid);
     void onNotified(unsigned int code, const QString& to);
     void onMenuRequest(const QString& op);
     void learn(unsigned int code);
+    void forgetDevice();
     void showState();
+    void showStatus(const QString& message);
 
     HostSiblings* m_siblings;
     QPointer<QObject> m_manager;
@@ -74,11 +95,15 @@ private:
     Tristate m_sim = Tristate::Unknown;
     Tristate m_radio = Tristate::Unknown;
 
+    QGroupBox* m_stateBox = nullptr;
     QLabel* m_deviceLabel = nullptr;
     QLabel* m_simLabel = nullptr;
     QLabel* m_radioLabel = nullptr;
+    QLabel* m_listTitle = nullptr;
     QListWidget* m_notifications = nullptr;
     QCheckBox* m_dialup = nullptr;
     QMenu* m_deviceMenu = nullptr;
     QMenu* m_languageMenu = nullptr;
+    // Every menu title and entry with its untranslated text.
+    QList<std::pair<QAction*, const char*>> m_actionTexts;
 };

@@ -67,7 +67,7 @@ int NotifyServicePlugin::notifyFrom(const QString& sourceClsid, unsigned int cod
             .arg(subscribed ? QString() : QStringLiteral(" (not subscribed)")));
     if (!subscribed)
         return 0;
-    emit notified(code, QStringLiteral("subscribers"));
+    emit notified(code, QString::fromLatin1(SubscribersTarget));
     return deliver(code, wParam, lParam, QString());
 }
 

@@ -15,8 +15,10 @@ class NotifyServicePlugin : public QObject, public INotifyService
     Q_OBJECT
     Q_INTERFACES(INotifyService)
 public:
-    // What `to` is for a broadcast in notified().
+    // What `to` is in notified() for a broadcast, and for a notification
+    // that went to the subscribers of its source.
     static constexpr const char* BroadcastTarget = "all";
+    static constexpr const char* SubscribersTarget = "subscribers";
 
     explicit NotifyServicePlugin(QObject* parent = nullptr);
 
@@ -38,7 +40,8 @@ public:
     QList<QObject*> targets() const;
 
 signals:
-    // `to` is "all" for a broadcast, the target's class identifier otherwise.
+    // `to` is BroadcastTarget, SubscribersTarget or the target's class
+    // identifier.
     void notified(unsigned int code, const QString& to);
 
 private:

@@ -409,7 +409,12 @@ bool checkAction(const ScenarioStep& step, int deviceCount, QString* error)
     if (action == QLatin1String("wait"))
         return checkFields(json, {doField, CommentField, {"ms", Type::Int, true}}, where, error);
     if (action == QLatin1String("screenshot"))
-        return checkFields(json, {doField, CommentField, {"file", Type::String}}, where, error);
+        return checkFields(json,
+                           {doField, CommentField, {"file", Type::String}, {"screen", Type::Bool}},
+                           where, error);
+    if (action == QLatin1String("trigger"))
+        return checkFields(json, {doField, CommentField, {"action", Type::String, true}}, where,
+                           error);
     if (action == QLatin1String("quit"))
         return checkFields(json, {doField, CommentField}, where, error);
     *error = where + QStringLiteral(": unknown action \"%1\"").arg(action);

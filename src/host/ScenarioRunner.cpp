@@ -10,11 +10,18 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QJsonArray>
 #include <QKeySequence>
 #include <QLineEdit>
+#include <QMenu>
+#include <QRadioButton>
+#include <QStyle>
+#include <QStyleOptionButton>
 #include <QTest>
 #include <QThread>
 
@@ -66,6 +73,20 @@ int replyCode(const QJsonValue& reply)
     if (reply.isDouble())
         return reply.toInt();
     return CommonUtils::FirstButton;
+}
+
+// Where a person clicks a button: a check box or radio button only reacts
+// on its indicator and text, which need not reach the middle of its row.
+QPoint clickPoint(QWidget* target)
+{
+    const bool check = qobject_cast<QCheckBox*>(target);
+    if (!check && !qobject_cast<QRadioButton*>(target))
+        return target->rect().center();
+    QStyleOptionButton option;
+    option.initFrom(target);
+    const QStyle::SubElement indicator =
+        check ? QStyle::SE_CheckBoxIndicator : QStyle::SE_RadioButtonIndicator;
+    return target->style()->subElementRect(indicator, &option, target).center();
 }
 
 void giveFocus(QWidget* widget)
@@ -236,6 +257,8 @@ QString ScenarioRunner::execute(const ScenarioStep& step, QWidget* target)
         DeviceCalls::invoke(manager, stringOf(json, "op"));
         return QString();
     }
+    if (action == QLatin1String("trigger"))
+        return triggerMenuEntry(stringOf(json, "action"));
     if (action == QLatin1String("language")) {
         const QString lang = stringOf(json, "lang");
         if (!m_hooks.changeLanguage || !m_hooks.changeLanguage(lang))
@@ -244,7 +267,8 @@ QString ScenarioRunner::execute(const ScenarioStep& step, QWidget* target)
     }
     if (action == QLatin1String("screenshot")) {
         QString error;
-        if (!m_hooks.screenshot || !m_hooks.screenshot(stringOf(json, "file"), &error))
+        const bool screen = json.value(QLatin1String("screen")).toBool();
+        if (!m_hooks.screenshot || !m_hooks.screenshot(stringOf(json, "file"), screen, &error))
             return QStringLiteral("screenshot failed: %1").arg(error);
         return QString();
     }
@@ -306,7 +330,7 @@ QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* t
         return QString();
     }
     if (action == QLatin1String("click")) {
-        QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, target->rect().center());
+        QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, clickPoint(target));
         return QString();
     }
     if (action == QLatin1String("key")) {
@@ -318,6 +342,32 @@ QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* t
     }
     // "close": as the window's own close button would.
     target->window()->close();
+    return QString();
+}
+
+QString ScenarioRunner::triggerMenuEntry(const QString& name)
+{
+    QList<QAction*> found;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        for (QAction* action : window->findChildren<QAction*>(name)) {
+            if (!found.contains(action))
+                found.append(action);
+        }
+    }
+    if (found.size() != 1)
+        return found.isEmpty() ? QStringLiteral("no menu entry \"%1\"").arg(name)
+                               : QStringLiteral("menu entry \"%1\" is ambiguous, %2 candidates")
+                                     .arg(name)
+                                     .arg(found.size());
+    QAction* action = found.first();
+    // As a person opens the menu first: it sets its entries by the state.
+    for (QObject* owner : action->associatedObjects()) {
+        if (auto* menu = qobject_cast<QMenu*>(owner))
+            emit menu->aboutToShow();
+    }
+    if (!action->isEnabled())
+        return QStringLiteral("menu entry \"%1\" (\"%2\") is disabled").arg(name, action->text());
+    action->trigger();
     return QString();
 }
 

@@ -23,8 +23,9 @@ struct RunnerHooks
     std::function<IDeviceMgr*()> deviceManager;
     std::function<NotifyServicePlugin*()> notifyService;
     std::function<bool(const QString& lang)> changeLanguage;
-    // Saves the active window; `file` is as the step names it.
-    std::function<bool(const QString& file, QString* error)> screenshot;
+    // Saves the active window, or with `screen` the main window with every
+    // window over it; `file` is as the step names it.
+    std::function<bool(const QString& file, bool screen, QString* error)> screenshot;
 };
 
 class ScenarioRunner : public QObject
@@ -72,6 +73,7 @@ private:
     QString execute(const ScenarioStep& step, QWidget* target);
     QString executeCardAction(const ScenarioStep& step);
     QString executeWidgetAction(const ScenarioStep& step, QWidget* target);
+    QString triggerMenuEntry(const QString& name);
 
     void beginWait(const ScenarioStep& step);
     void poll();

@@ -4,7 +4,9 @@
 #include "sim/VirtualCard.h"
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QFormLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QIntValidator>
@@ -33,37 +35,75 @@ constexpr int MaxVerifyState = 37;
 
 QString yesNo(bool value)
 {
-    return value ? QObject::tr("yes") : QObject::tr("no");
+    return value ? VirtualCardPanel::tr("yes") : VirtualCardPanel::tr("no");
+}
+
+QString onOff(int value)
+{
+    return value ? VirtualCardPanel::tr("on") : VirtualCardPanel::tr("off");
+}
+
+QString simText(int word)
+{
+    const bool usable = word >= 1 && word <= 254;
+    return QStringLiteral("%1 (%2)").arg(usable ? VirtualCardPanel::tr("usable")
+                                                : VirtualCardPanel::tr("not usable"),
+                                         QString::number(word));
 }
 
 QString pinStatusText(int status)
 {
     switch (status) {
     case 8:
-        return QObject::tr("protection off");
+        return VirtualCardPanel::tr("PIN off");
     case 1:
-        return QObject::tr("verified");
+        return VirtualCardPanel::tr("PIN verified");
     case 2:
-        return QObject::tr("PIN required");
+        return VirtualCardPanel::tr("PIN required");
     case 3:
-        return QObject::tr("PUK required");
+        return VirtualCardPanel::tr("PUK required");
     case 4:
-        return QObject::tr("blocked");
+        return VirtualCardPanel::tr("SIM blocked");
     default:
         break;
     }
     return QString::number(status);
 }
 
-QPushButton* button(const QString& text, const QString& name, QWidget* parent)
+// One line on the selected card: where it is and what state it is in.
+QString detailsText(const sim::CardState& state)
 {
-    auto* result = new QPushButton(text, parent);
+    const sim::CardConfig& config = state.config;
+    QStringList facts = {config.plugged ? VirtualCardPanel::tr("plugged")
+                                        : VirtualCardPanel::tr("unplugged")};
+    if (state.current)
+        facts.append(VirtualCardPanel::tr("in use"));
+    facts.append(VirtualCardPanel::tr("SIM %1").arg(simText(config.sim.status)));
+    facts.append(pinStatusText(state.pinStatus));
+    facts.append(VirtualCardPanel::tr("%1 PIN / %2 PUK tries left")
+                     .arg(config.sim.pinRetries)
+                     .arg(config.sim.pukRetries));
+    if (state.offline)
+        facts.append(VirtualCardPanel::tr("offline"));
+    if (state.psState == 0)
+        facts.append(VirtualCardPanel::tr("packet data detached"));
+    if (state.fingerprintLocked)
+        facts.append(VirtualCardPanel::tr("fingerprint locked"));
+    return VirtualCardPanel::tr("%1 on port %2: %3")
+        .arg(QString::fromStdString(config.name))
+        .arg(config.port)
+        .arg(facts.join(QStringLiteral(", ")));
+}
+
+QPushButton* button(const QString& name, QWidget* parent)
+{
+    auto* result = new QPushButton(parent);
     result->setObjectName(name);
     return result;
 }
 } // namespace
 
-VirtualCardPanel::VirtualCardPanel(QWidget* parent) : QDockWidget(tr("Virtual card"), parent)
+VirtualCardPanel::VirtualCardPanel(QWidget* parent) : QDockWidget(parent)
 {
     setObjectName(QStringLiteral("LinkHost_VirtualCardPanel"));
     // Closed, it could not be brought back: there is no menu for it.
@@ -73,6 +113,7 @@ VirtualCardPanel::VirtualCardPanel(QWidget* parent) : QDockWidget(tr("Virtual ca
     layout->addWidget(buildCards(content), 1);
     layout->addWidget(buildControls(content));
     setWidget(content);
+    retranslate();
 
     m_timer.setInterval(RefreshMs);
     connect(&m_timer, &QTimer::timeout, this, &VirtualCardPanel::refresh);
@@ -92,12 +133,14 @@ QWidget* VirtualCardPanel::buildCards(QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     m_table = new QTableWidget(0, Columns, box);
     m_table->setObjectName(QStringLiteral("LinkHost_CardTable"));
-    m_table->setHorizontalHeaderLabels(
-        {tr("Name"), tr("Plugged"), tr("In use"), tr("SIM"), tr("PIN"), tr("Radio hw/sw")});
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->horizontalHeader()->setStretchLastSection(true);
+    m_table->verticalHeader()->hide();
+    m_table->setWordWrap(false);
+    // Every column as wide as its texts, the name taking what is left.
+    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    m_table->horizontalHeader()->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
     connect(m_table, &QTableWidget::itemSelectionChanged, this, &VirtualCardPanel::updateControls);
     layout->addWidget(m_table, 1);
 
@@ -107,15 +150,15 @@ QWidget* VirtualCardPanel::buildCards(QWidget* parent)
     layout->addWidget(m_details);
 
     auto* buttons = new QHBoxLayout;
-    m_plug = button(tr("Plug"), QStringLiteral("LinkHost_PlugButton"), box);
-    m_unplug = button(tr("Unplug"), QStringLiteral("LinkHost_UnplugButton"), box);
-    QPushButton* add = button(tr("Add card"), QStringLiteral("LinkHost_AddCardButton"), box);
+    m_plug = button(QStringLiteral("LinkHost_PlugButton"), box);
+    m_unplug = button(QStringLiteral("LinkHost_UnplugButton"), box);
+    m_add = button(QStringLiteral("LinkHost_AddCardButton"), box);
     connect(m_plug, &QPushButton::clicked, this, &VirtualCardPanel::plugSelected);
     connect(m_unplug, &QPushButton::clicked, this, &VirtualCardPanel::unplugSelected);
-    connect(add, &QPushButton::clicked, this, &VirtualCardPanel::addCard);
+    connect(m_add, &QPushButton::clicked, this, &VirtualCardPanel::addCard);
     buttons->addWidget(m_plug);
     buttons->addWidget(m_unplug);
-    buttons->addWidget(add);
+    buttons->addWidget(m_add);
     buttons->addStretch();
     layout->addLayout(buttons);
     return box;
@@ -123,38 +166,66 @@ QWidget* VirtualCardPanel::buildCards(QWidget* parent)
 
 QWidget* VirtualCardPanel::buildControls(QWidget* parent)
 {
-    auto* box = new QWidget(parent);
-    auto* form = new QFormLayout(box);
-    form->setContentsMargins(0, 0, 0, 0);
+    // These act on the card in use, whichever row is selected.
+    m_currentBox = new QGroupBox(parent);
+    m_currentBox->setObjectName(QStringLiteral("LinkHost_CurrentCardBox"));
+    auto* form = new QFormLayout(m_currentBox);
 
-    m_hardwareRadio = new QCheckBox(tr("Hardware radio switch on"), box);
+    m_hardwareRadio = new QCheckBox(m_currentBox);
     m_hardwareRadio->setObjectName(QStringLiteral("LinkHost_HardwareRadio"));
     connect(m_hardwareRadio, &QCheckBox::toggled, this, &VirtualCardPanel::toggleHardwareRadio);
     form->addRow(m_hardwareRadio);
 
     auto* simRow = new QHBoxLayout;
-    m_simWord = new QLineEdit(box);
+    m_simWord = new QLineEdit(m_currentBox);
     m_simWord->setObjectName(QStringLiteral("LinkHost_SimStateWord"));
     m_simWord->setValidator(new QIntValidator(0, 65535, m_simWord));
-    m_simWord->setPlaceholderText(tr("1-254 usable"));
-    m_simApply = button(tr("Apply"), QStringLiteral("LinkHost_SimStateApply"), box);
+    m_simApply = button(QStringLiteral("LinkHost_SimStateApply"), m_currentBox);
     connect(m_simWord, &QLineEdit::textChanged, this, &VirtualCardPanel::updateControls);
     connect(m_simWord, &QLineEdit::returnPressed, this, &VirtualCardPanel::applySimState);
     connect(m_simApply, &QPushButton::clicked, this, &VirtualCardPanel::applySimState);
-    simRow->addWidget(m_simWord);
+    simRow->addWidget(m_simWord, 1);
     simRow->addWidget(m_simApply);
-    form->addRow(tr("SIM state word:"), simRow);
+    m_simLabel = new QLabel(m_currentBox);
+    form->addRow(m_simLabel, simRow);
 
     auto* fingerRow = new QHBoxLayout;
-    m_fingerprintState = new QSpinBox(box);
+    m_fingerprintState = new QSpinBox(m_currentBox);
     m_fingerprintState->setObjectName(QStringLiteral("LinkHost_FingerprintState"));
     m_fingerprintState->setRange(0, MaxVerifyState);
-    m_touch = button(tr("Touch"), QStringLiteral("LinkHost_FingerprintTouch"), box);
+    m_touch = button(QStringLiteral("LinkHost_FingerprintTouch"), m_currentBox);
     connect(m_touch, &QPushButton::clicked, this, &VirtualCardPanel::touchFingerprint);
-    fingerRow->addWidget(m_fingerprintState);
+    fingerRow->addWidget(m_fingerprintState, 1);
     fingerRow->addWidget(m_touch);
-    form->addRow(tr("Fingerprint state:"), fingerRow);
-    return box;
+    m_fingerprintLabel = new QLabel(m_currentBox);
+    form->addRow(m_fingerprintLabel, fingerRow);
+    return m_currentBox;
+}
+
+void VirtualCardPanel::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        retranslate();
+        refresh();
+    }
+    QDockWidget::changeEvent(event);
+}
+
+void VirtualCardPanel::retranslate()
+{
+    setWindowTitle(tr("Virtual card"));
+    m_table->setHorizontalHeaderLabels(
+        {tr("Name"), tr("Plugged"), tr("In use"), tr("SIM"), tr("PIN"), tr("Radio hw/sw")});
+    m_plug->setText(tr("Plug"));
+    m_unplug->setText(tr("Unplug"));
+    m_add->setText(tr("Add card"));
+    m_hardwareRadio->setText(tr("Hardware radio switch on"));
+    m_simLabel->setText(tr("SIM state word:"));
+    m_simWord->setPlaceholderText(tr("1-254 usable"));
+    m_simApply->setText(tr("Apply"));
+    m_fingerprintLabel->setText(tr("Fingerprint state:"));
+    m_fingerprintState->setSpecialValueText(tr("0 (good finger)"));
+    m_touch->setText(tr("Touch"));
 }
 
 int VirtualCardPanel::selectedCard() const
@@ -181,12 +252,13 @@ void VirtualCardPanel::fillRow(int row)
     if (!state)
         return;
     const sim::CardConfig& config = state->config;
-    const QStringList texts = {QString::fromStdString(config.name),
-                               yesNo(config.plugged),
-                               yesNo(state->current),
-                               QString::number(config.sim.status),
-                               pinStatusText(state->pinStatus),
-                               QStringLiteral("%1/%2").arg(config.rf.hw).arg(config.rf.sw)};
+    const QStringList texts = {
+        QString::fromStdString(config.name),
+        yesNo(config.plugged),
+        yesNo(state->current),
+        simText(config.sim.status),
+        pinStatusText(state->pinStatus),
+        QStringLiteral("%1/%2").arg(onOff(config.rf.hw), onOff(config.rf.sw))};
     for (int column = 0; column < Columns; ++column) {
         QTableWidgetItem* item = m_table->item(row, column);
         if (!item) {
@@ -204,25 +276,12 @@ void VirtualCardPanel::updateControls()
     const std::optional<sim::CardState> selected = cards.card(selectedCard());
     m_plug->setEnabled(selected && !selected->config.plugged);
     m_unplug->setEnabled(selected && selected->config.plugged);
-    if (selected) {
-        const sim::CardConfig& config = selected->config;
-        m_details->setText(tr("%1 on port %2: %3%4, SIM %5, PIN %6 (%7 PIN / %8 PUK tries), "
-                              "radio hw %9")
-                               .arg(QString::fromStdString(config.name))
-                               .arg(config.port)
-                               .arg(config.plugged ? tr("plugged") : tr("unplugged"))
-                               .arg(selected->current ? tr(", in use") : QString())
-                               .arg(config.sim.status)
-                               .arg(pinStatusText(selected->pinStatus))
-                               .arg(config.sim.pinRetries)
-                               .arg(config.sim.pukRetries)
-                               .arg(config.rf.hw) +
-                           (selected->fingerprintLocked ? tr(", fingerprint locked") : QString()));
-    } else {
-        m_details->setText(tr("No card"));
-    }
+    m_details->setText(selected ? detailsText(*selected) : tr("No card"));
 
     const std::optional<sim::CardState> current = cards.card(cards.currentCard());
+    m_currentBox->setTitle(
+        current ? tr("Card in use: %1").arg(QString::fromStdString(current->config.name))
+                : tr("No card in use"));
     m_hardwareRadio->setEnabled(current.has_value());
     m_simApply->setEnabled(current && !m_simWord->text().isEmpty());
     m_touch->setEnabled(current.has_value());
@@ -259,9 +318,8 @@ void VirtualCardPanel::unplugSelected()
 void VirtualCardPanel::addCard()
 {
     sim::CardConfig config;
-    config.name = QStringLiteral("Virtual Card %1")
-                      .arg(sim::VirtualCard::instance().cardCount() + 1)
-                      .toStdString();
+    config.name =
+        tr("Virtual Card %1").arg(sim::VirtualCard::instance().cardCount() + 1).toStdString();
     config.plugged = false;
     const int index = sim::VirtualCard::instance().addCard(config);
     refresh();

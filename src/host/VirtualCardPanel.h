@@ -7,6 +7,7 @@
 #include <QTimer>
 
 class QCheckBox;
+class QGroupBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -25,9 +26,13 @@ public:
     void refresh();
     int selectedCard() const;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     QWidget* buildCards(QWidget* parent);
     QWidget* buildControls(QWidget* parent);
+    void retranslate();
     void fillRow(int row);
     void updateControls();
     void plugSelected();
@@ -41,9 +46,13 @@ private:
     QLabel* m_details = nullptr;
     QPushButton* m_plug = nullptr;
     QPushButton* m_unplug = nullptr;
+    QPushButton* m_add = nullptr;
+    QGroupBox* m_currentBox = nullptr;
     QCheckBox* m_hardwareRadio = nullptr;
+    QLabel* m_simLabel = nullptr;
     QLineEdit* m_simWord = nullptr;
     QPushButton* m_simApply = nullptr;
+    QLabel* m_fingerprintLabel = nullptr;
     QSpinBox* m_fingerprintState = nullptr;
     QPushButton* m_touch = nullptr;
     QTimer m_timer;

@@ -1,15 +1,23 @@
 #include "WindowWatcher.h"
 
+#include "CommonUtils.h"
 #include "Transcript.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QEvent>
+#include <QImage>
+#include <QMessageBox>
+#include <QPainter>
 #include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 
 namespace {
+// The title bar drawn over a window in a picture of the screen.
+constexpr int TitleBarHeight = 22;
+constexpr int TitleMargin = 6;
+
 // Qt's own helper windows (tool tips, "qt_..." internals) are not the
 // application's windows.
 bool isWatched(const QWidget* window)
@@ -53,13 +61,66 @@ QWidget* WindowWatcher::currentWindow() const
     return nullptr;
 }
 
+QImage WindowWatcher::screen(QWidget* base) const
+{
+    QImage image = base->grab().toImage();
+    QPainter painter(&image);
+    const QPalette palette = base->palette();
+    for (const QPointer<QWidget>& window : m_shownOrder) {
+        if (!window || window == base || !window->isVisible())
+            continue;
+        // Kept on the picture, title bar included, wherever the window is.
+        QRect client(window->geometry().topLeft() - base->geometry().topLeft(), window->size());
+        client.moveLeft(qBound(0, client.left(), qMax(0, image.width() - client.width())));
+        client.moveTop(qBound(TitleBarHeight, client.top(),
+                              qMax(TitleBarHeight, image.height() - client.height())));
+        const QRect title(client.left(), client.top() - TitleBarHeight, client.width(),
+                          TitleBarHeight);
+        painter.fillRect(title, palette.color(QPalette::Highlight));
+        painter.setPen(palette.color(QPalette::HighlightedText));
+        const QRect text = title.adjusted(TitleMargin, 0, -TitleMargin, 0);
+        painter.drawText(
+            text, Qt::AlignVCenter | Qt::AlignLeft,
+            painter.fontMetrics().elidedText(window->windowTitle(), Qt::ElideRight, text.width()));
+        painter.drawPixmap(client.topLeft(), window->grab());
+        painter.setPen(palette.color(QPalette::Shadow));
+        painter.drawRect(title.united(client).adjusted(0, 0, -1, -1));
+    }
+    return image;
+}
+
+bool WindowWatcher::saveMessage(const MessageRequest& request, QString* error)
+{
+    QMessageBox box(request.icon, request.title, request.text, QMessageBox::NoButton);
+    const QMessageBox::ButtonRole roles[] = {QMessageBox::AcceptRole, QMessageBox::RejectRole,
+                                             QMessageBox::NoRole};
+    for (int i = 0; i < 3; ++i) {
+        if (!request.buttons[i].isEmpty())
+            box.addButton(request.buttons[i], roles[i]);
+    }
+    if (box.buttons().isEmpty())
+        box.addButton(QMessageBox::Ok);
+    // Laid out as for the screen, but never on it: nothing is activated and
+    // nobody has to close it.
+    box.setAttribute(Qt::WA_DontShowOnScreen);
+    box.show();
+    const QImage image = box.grab().toImage();
+    box.hide();
+    return save(image, nextScreenshotPath(QStringLiteral("msgbox")), error);
+}
+
 bool WindowWatcher::save(QWidget* window, const QString& path, QString* error)
 {
     if (!window) {
         *error = QStringLiteral("no window to save");
         return false;
     }
-    if (window->grab().save(path, "PNG"))
+    return save(window->grab().toImage(), path, error);
+}
+
+bool WindowWatcher::save(const QImage& image, const QString& path, QString* error)
+{
+    if (image.save(path, "PNG"))
         return true;
     *error = QStringLiteral("cannot write %1").arg(path);
     return false;

@@ -8,7 +8,9 @@
 #include <QPointer>
 #include <QString>
 
+class QImage;
 class QWidget;
+struct MessageRequest;
 
 class WindowWatcher : public QObject
 {
@@ -28,7 +30,16 @@ public:
     // The active window, else the window shown last that is still visible.
     QWidget* currentWindow() const;
 
+    // What a person sees of `base`: its picture with every other visible
+    // window drawn over it where it lies, framed and titled, in the order
+    // they were shown.
+    QImage screen(QWidget* base) const;
+    // A picture of the message box that `request` would show, for a box a
+    // scenario answered without showing it; saved as "<nn>-msgbox.png".
+    bool saveMessage(const MessageRequest& request, QString* error);
+
     static bool save(QWidget* window, const QString& path, QString* error);
+    static bool save(const QImage& image, const QString& path, QString* error);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

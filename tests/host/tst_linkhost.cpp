@@ -2,6 +2,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -168,9 +169,12 @@ private slots:
     void screenshotsOfEveryWindowAndOnRequest()
     {
         QTemporaryDir shots;
-        const Run run = replay(R"({"steps": [
+        const Run run = replay(R"({"devices": [{"name": "Card"}], "steps": [
             {"do": "wait", "ms": 400},
-            {"do": "screenshot", "file": "asked.png"}]})",
+            {"do": "click", "widget": "LinkHost_UnplugButton"},
+            {"expect": "msgbox", "text": "Unplug"},
+            {"do": "screenshot", "file": "asked.png"},
+            {"do": "screenshot", "file": "screen.png", "screen": true}]})",
                                {QStringLiteral("--screenshots"), shots.path()});
         QVERIFY2(run.exitCode == 0, qPrintable(run.err));
         const QStringList files = QDir(shots.path()).entryList(QDir::Files, QDir::Name);
@@ -179,7 +183,13 @@ private slots:
             files.filter(QRegularExpression(QStringLiteral(R"(^\d\d-LinkHost_MainWindow\.png$)")));
         // One shortly after it was shown, one at the end.
         QCOMPARE(numbered.size(), 2);
-        QVERIFY(QFileInfo(shots.filePath(numbered.last())).size() > 0);
+        const QImage window(shots.filePath(numbered.last()));
+        QVERIFY(!window.isNull());
+        // The screen is the main window's size; the answered box has a
+        // picture of its own.
+        QCOMPARE(QImage(shots.filePath(QStringLiteral("screen.png"))).size(), window.size());
+        QCOMPARE(files.filter(QRegularExpression(QStringLiteral(R"(^\d\d-msgbox\.png$)"))).size(),
+                 1);
     }
 
     void logFileIsPrivateAndTraceGoesToStderrOnlyOnRequest_data()

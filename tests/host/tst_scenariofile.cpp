@@ -124,6 +124,12 @@ private slots:
         QTest::newRow("setting without group")
             << QByteArray(R"({"host": {"settings": {"imsi_detach": "y"}}, "steps": []})")
             << "\"imsi_detach\" is not \"group/key\"";
+        QTest::newRow("menu entry without its name")
+            << QByteArray(R"({"steps": [{"do": "trigger"}]})")
+            << "missing required field \"action\"";
+        QTest::newRow("screen is a yes or no")
+            << QByteArray(R"({"steps": [{"do": "screenshot", "screen": "yes"}]})")
+            << "\"screen\" must be true or false";
         QTest::newRow("fault without function")
             << QByteArray(R"({"host": {"faults": [{"result": 1}]}, "steps": []})")
             << "host.faults[0]: missing required field \"function\"";
@@ -164,6 +170,8 @@ private slots:
             R"({"do": "wait", "ms": 10})",
             R"({"do": "screenshot", "file": "a.png"})",
             R"({"do": "screenshot"})",
+            R"({"do": "screenshot", "file": "s.png", "screen": true})",
+            R"({"do": "trigger", "action": "LinkHost_ActionRadioOff"})",
             R"({"do": "quit", "comment": "done"})",
             R"({"expect": "notify", "code": 578, "to": "all", "timeout": 100})",
             R"({"expect": "msgbox", "icon": 1, "text": "x", "reply": 1024})",

@@ -5,10 +5,12 @@
 #include "Transcript.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QIntValidator>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -72,6 +74,14 @@ public:
             const int result = dialog.exec();
             record(QStringLiteral("modal %1").arg(result));
         });
+        addMenu();
+        // Wide, so that its middle lies far from its box and text.
+        auto* check = new QCheckBox(QStringLiteral("x"), this);
+        check->setObjectName(QStringLiteral("Form_Check"));
+        check->setMinimumWidth(600);
+        connect(check, &QCheckBox::toggled,
+                [](bool on) { record(QStringLiteral("checked %1").arg(on)); });
+        layout->addWidget(check);
     }
 
     static void record(const QString& op)
@@ -84,6 +94,25 @@ public:
     QPushButton* disabled = nullptr;
 
 private:
+    // "Go" is always enabled, "Late" only once the menu was opened, "Grey"
+    // never.
+    void addMenu()
+    {
+        auto* menu = new QMenu(this);
+        menu->setObjectName(QStringLiteral("Form_Menu"));
+        const auto entry = [menu](const QString& name, const QString& text) {
+            QAction* action = menu->addAction(text);
+            action->setObjectName(name);
+            connect(action, &QAction::triggered, [text] { record(text); });
+            return action;
+        };
+        entry(QStringLiteral("Form_Go"), QStringLiteral("Go"));
+        QAction* late = entry(QStringLiteral("Form_LateEntry"), QStringLiteral("Late"));
+        late->setEnabled(false);
+        connect(menu, &QMenu::aboutToShow, late, [late] { late->setEnabled(true); });
+        entry(QStringLiteral("Form_Grey"), QStringLiteral("Grey"))->setEnabled(false);
+    }
+
     template <typename F> QPushButton* addButton(const QString& name, F reaction)
     {
         auto* result = new QPushButton(name, this);
@@ -109,6 +138,7 @@ private slots:
     {
         m_runner.reset();
         m_form.reset();
+        m_screenshot = nullptr;
     }
 
     void outcomes_data()
@@ -196,6 +226,12 @@ private slots:
             << QByteArray(R"([{"do":"click","widget":"Form_Button"},
                               {"expect":"menu","op":"Clicked","timeout":200}])")
             << 0 << QString();
+        QTest::newRow("a check box reacts where a person clicks it")
+            << QByteArray(R"([{"do":"click","widget":"Form_Check"},
+                              {"expect":"menu","op":"checked 1","timeout":200},
+                              {"do":"click","widget":"Form_Check"},
+                              {"expect":"menu","op":"checked 0","timeout":200}])")
+            << 0 << QString();
         QTest::newRow("a disabled button does not react")
             << QByteArray(R"([{"do":"click","widget":"Form_Disabled"},
                               {"expect-not":"menu","op":"DisabledClicked","for":50}])")
@@ -222,6 +258,21 @@ private slots:
                               {"do":"key","widget":"Modal_OK","key":"Escape"},
                               {"expect":"menu","op":"modal 0"}])")
             << 0 << QString();
+        QTest::newRow("a menu entry is chosen")
+            << QByteArray(R"([{"do":"trigger","action":"Form_Go"},
+                              {"expect":"menu","op":"Go","timeout":200}])")
+            << 0 << QString();
+        QTest::newRow("the menu opens before its entry is chosen")
+            << QByteArray(R"([{"do":"trigger","action":"Form_LateEntry"},
+                              {"expect":"menu","op":"Late","timeout":200}])")
+            << 0 << QString();
+        QTest::newRow("a grey menu entry fails the step")
+            << QByteArray(R"([{"do":"trigger","action":"Form_Grey"}])") << 1
+            << "step 1 failed: {\"action\":\"Form_Grey\",\"do\":\"trigger\"}\n"
+               "menu entry \"Form_Grey\" (\"Grey\") is disabled";
+        QTest::newRow("a missing menu entry fails the step")
+            << QByteArray(R"([{"do":"trigger","action":"Nowhere"}])") << 1
+            << "no menu entry \"Nowhere\"";
         QTest::newRow("close closes the window")
             << QByteArray(R"([{"do":"click","widget":"Form_Modal"},
                               {"do":"close","widget":"Modal"},
@@ -283,6 +334,30 @@ private slots:
         QCOMPARE(m_runner->exitCode(), 0);
     }
 
+    void screenshotSaysWhatToSave()
+    {
+        QList<std::pair<QString, bool>> asked;
+        m_screenshot = [&asked](const QString& file, bool screen, QString*) {
+            asked.append({file, screen});
+            return true;
+        };
+        QVERIFY(run(R"([{"do":"screenshot","file":"a.png","screen":true},
+                       {"do":"screenshot"}])"));
+        QCOMPARE(m_runner->exitCode(), 0);
+        const QList<std::pair<QString, bool>> expected = {{QStringLiteral("a.png"), true},
+                                                          {QString(), false}};
+        QCOMPARE(asked, expected);
+
+        m_screenshot = [](const QString&, bool, QString* error) {
+            *error = QStringLiteral("disk full");
+            return false;
+        };
+        QVERIFY(run(R"([{"do":"screenshot"}])"));
+        QCOMPARE(m_runner->exitCode(), 1);
+        QVERIFY2(m_runner->failure().contains(QStringLiteral("screenshot failed: disk full")),
+                 qPrintable(m_runner->failure()));
+    }
+
     void notificationFromASubscribedSource()
     {
         QVERIFY(run(R"([{"do":"notify","code":786,"from":"CALL"},
@@ -310,6 +385,7 @@ private:
         hooks.deviceManager = [this] { return &m_manager; };
         hooks.notifyService = [this] { return &m_notify; };
         hooks.changeLanguage = [](const QString& lang) { return lang == QLatin1String("de"); };
+        hooks.screenshot = m_screenshot;
         m_runner = std::make_unique<ScenarioRunner>(scenario.steps, hooks);
         m_runner->installResponder();
         QSignalSpy finished(m_runner.get(), &ScenarioRunner::finished);
@@ -329,6 +405,7 @@ private:
 
     FakeDeviceMgr m_manager;
     NotifyServicePlugin m_notify;
+    std::function<bool(const QString&, bool, QString*)> m_screenshot;
     std::unique_ptr<Form> m_form;
     std::unique_ptr<ScenarioRunner> m_runner;
 };
