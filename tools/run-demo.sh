@@ -12,10 +12,13 @@ if [ -z "${XDG_RUNTIME_DIR:-}" ]; then
 fi
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     mkdir -p build/demo
-    rm -f build/demo/*.png
+    rm -f build/demo/*.png build/demo/transcript.txt
     "$host" --headless --scenario "$demo" \
         --screenshots build/demo --transcript build/demo/transcript.txt
-    echo "demo: transcript in build/demo/transcript.txt, screenshots:"
+    echo "demo: what the device manager did (full transcript in build/demo/transcript.txt):"
+    grep -E '\] (sdk UTPS_DevSrv_(Un)?Register|notify|shown|hidden|msgbox|call)' \
+        build/demo/transcript.txt || true
+    echo "demo: screenshots:"
     ls build/demo/*.png
 else
     exec "$host" --setup "$demo"
