@@ -1,42 +1,73 @@
-// A plug-in module for linkhost's own tests. It tells what the host does to
-// it through the host's settings, which the host records in its transcript
-// as "setting probe/<operation> = <value>".
+// A plug-in for linkhost's tests: it tells what the host does to it through
+// the host's settings, recorded as "setting probe/<operation> = <value>".
 #include "CommonUtils.h"
-#include "IPluginContainer.h"
 #include "PluginInterfaces.h"
-#include "SiblingInterfaces.h"
-#include "Startup.h"
 
 #include <QPointer>
-#include <QWidget>
+#include <QPushButton>
 
 namespace {
-void tell(const QString& operation, const QString& value)
+void tell(const QString& operation, const QString& value = QStringLiteral("called"))
 {
     CommonUtils::SetSettings(QStringLiteral("probe"), operation, value);
 }
-
-bool mainWindowVisible()
-{
-    IPluginContainer* container = Startup::GetPluginContainer();
-    QObject* frame = container
-                         ? container->GetPlugin(QString::fromLatin1(LinkPlugins::MainFrameClsid),
-                                                LinkPlugins::MainFrameInterface)
-                         : nullptr;
-    auto* service = qobject_cast<IMainFrameUIService*>(frame);
-    return service && service->GetMainWindow() && service->GetMainWindow()->isVisible();
-}
 } // namespace
 
-class ProbeManager : public QObject, public IDeviceMgr
+class ProbePlugin : public QObject, public IUIPlugin, public INotify, public IDeviceMgr
 {
     Q_OBJECT
-    Q_INTERFACES(IDeviceMgr)
+    Q_INTERFACES(IBasePlugin IUIPlugin INotify IDeviceMgr)
 public:
-    using QObject::QObject;
+    void Release() override {}
+    int GetLastError() override { return 0; }
+    void OnDestroy() override { tell(QStringLiteral("OnDestroy")); }
+    void UnSDKRegisterEvent() override { tell(QStringLiteral("UnSDKRegisterEvent")); }
+    int Init() override
+    {
+        tell(QStringLiteral("Init"));
+        return 1;
+    }
+    unsigned int GetPluginType() override { return 1; }
+    QString GetCLSID() override { return QStringLiteral("PROBE-CLSID"); }
+    unsigned int GetVersion() override { return 0; }
+    QString GetPluginName() override { return QStringLiteral("Probe"); }
+    bool IsAllowRelease() override { return false; }
+    bool QueryInterface(int iid, QObject** object) override
+    {
+        if (iid != 4097)
+            return false;
+        *object = this;
+        return true;
+    }
+    // Two buttons of one name, for the steps that must tell them apart.
+    int ShowWindow(QWidget* parent, QRect&) override
+    {
+        tell(QStringLiteral("ShowWindow"), parent ? parent->objectName() : QStringLiteral("null"));
+        for (const QString& text : {QStringLiteral("one"), QStringLiteral("two")}) {
+            auto* twin = new QPushButton(text, parent);
+            twin->setObjectName(QStringLiteral("Probe_Twin"));
+            twin->move(0, text == QLatin1String("one") ? 100 : 140);
+            connect(twin, &QPushButton::clicked, [text] { tell(QStringLiteral("Twin"), text); });
+        }
+        return 1;
+    }
+    int DoModal() override { return 0; }
+    void Hide() override {}
+    void FitSize(QRect&) override {}
+    bool IsReady() override { return true; }
+    bool ChangeLang(const QString& lang) override
+    {
+        tell(QStringLiteral("ChangeLang"), lang);
+        return !lang.isEmpty();
+    }
+    int Notify(unsigned int type, NotifyParam, NotifyParam) override
+    {
+        tell(QStringLiteral("Notify"), QString::number(type));
+        return 0;
+    }
     int VerifyPIN() override
     {
-        tell(QStringLiteral("VerifyPIN"), QStringLiteral("called"));
+        tell(QStringLiteral("VerifyPIN"));
         return 7;
     }
     int EnablePIN() override { return 0; }
@@ -52,67 +83,6 @@ public:
     bool IsValidSim() override { return false; }
     void StartDetectDevice() override {}
     QString GetLastUsedDeviceName() override { return QStringLiteral("Probe Card"); }
-};
-
-class ProbePlugin : public QObject, public IUIPlugin, public INotify
-{
-    Q_OBJECT
-    Q_INTERFACES(IBasePlugin IUIPlugin INotify)
-public:
-    void Release() override {}
-    int GetLastError() override { return 0; }
-    void OnDestroy() override
-    {
-        tell(QStringLiteral("OnDestroy"), QStringLiteral("called"));
-        delete m_manager;
-    }
-    void UnSDKRegisterEvent() override
-    {
-        tell(QStringLiteral("UnSDKRegisterEvent"), QStringLiteral("called"));
-    }
-    int Init() override
-    {
-        m_manager = new ProbeManager(this);
-        tell(QStringLiteral("Init"), QStringLiteral("called"));
-        return 1;
-    }
-    unsigned int GetPluginType() override { return 1; }
-    QString GetCLSID() override { return QStringLiteral("PROBE-CLSID"); }
-    unsigned int GetVersion() override { return 0; }
-    QString GetPluginName() override { return QStringLiteral("Probe"); }
-    bool IsAllowRelease() override { return false; }
-    bool QueryInterface(int iid, QObject** object) override
-    {
-        if (iid != 4097 || !m_manager)
-            return false;
-        *object = m_manager;
-        return true;
-    }
-    int ShowWindow(QWidget* parent, QRect&) override
-    {
-        tell(QStringLiteral("ShowWindow"), parent ? parent->objectName() : QStringLiteral("null"));
-        return 1;
-    }
-    int DoModal() override { return 0; }
-    void Hide() override {}
-    void FitSize(QRect&) override {}
-    bool IsReady() override { return true; }
-    bool ChangeLang(const QString& lang) override
-    {
-        tell(QStringLiteral("ChangeLang"), lang);
-        return !lang.isEmpty();
-    }
-    int Notify(unsigned int type, NotifyParam, NotifyParam) override
-    {
-        if (type == 258)
-            tell(QStringLiteral("FrameVisible"),
-                 mainWindowVisible() ? QStringLiteral("true") : QStringLiteral("false"));
-        tell(QStringLiteral("Notify"), QString::number(type));
-        return 0;
-    }
-
-private:
-    QPointer<ProbeManager> m_manager;
 };
 
 extern "C" Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
