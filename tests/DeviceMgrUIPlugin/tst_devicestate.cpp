@@ -4,7 +4,6 @@
 #include "DeviceMgrChooseDevice.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
-#include "HostSiblings.h"
 #include "TraceCapture.h"
 #include "Transcript.h"
 #include "sim/VirtualCard.h"
@@ -12,11 +11,8 @@
 #include <Change.h>
 #include <CommonUtils.h>
 #include <ExtendDialog.h>
-#include <SiblingInterfaces.h>
 
-#include <QApplication>
 #include <QLabel>
-#include <QRegularExpression>
 #include <QTest>
 #include <QTimer>
 
@@ -26,84 +22,49 @@
 
 namespace {
 
-// One SDK event as the card raises it: a code and, for the one-word events,
-// the word (-1 = no payload; a device-list event carries the current list).
-struct CardEvent
+// An SDK event as the card raises it (word -1: no payload; a device-list event
+// carries the current list), a host notification (below 1000) or an action.
+struct Step
 {
     int code = 0;
     int word = -1;
 };
-
-using Events = QList<CardEvent>;
-
-bool carriesDeviceList(int code)
-{
-    return code == 6601 || code == 6606 || code == 6010;
-}
-
-void raise(sim::VirtualCard& card, const CardEvent& event)
-{
-    if (carriesDeviceList(event.code)) {
-        card.raiseDeviceListEvent(event.code);
-        return;
-    }
-    if (event.word < 0) {
-        card.raiseEvent(event.code, std::nullopt);
-        return;
-    }
-    card.raiseEvent(event.code, std::vector<uint32_t>{static_cast<uint32_t>(event.word)});
-}
+using Steps = QList<Step>;
+constexpr int kAskAvailable = 1; // a sibling plug-in calls IsDeviceAvialable()
+constexpr int kStatusFails = 2;  // the card's next device-status read fails
 
 QString broadcast(unsigned int code)
 {
     return QStringLiteral("broadcast %1 0 0").arg(code);
 }
 
-QString toMiniFrame(unsigned int code)
+// The flags that are set, then what IsValidSim() answers.
+QString stateOf(CDeviceMgrService* service)
 {
-    return QStringLiteral("to %1 %2 0 0").arg(QLatin1String(LinkPlugins::MiniFrameClsid)).arg(code);
-}
-
-// Notification codes in the order they went out, whatever their route.
-QStringList notifiedCodes(const QStringList& records)
-{
-    QStringList codes;
-    for (const QString& record : records) {
-        const QStringList fields = record.split(QLatin1Char(' '));
-        codes.append(fields.value(fields.first() == QLatin1String("to") ? 2 : 1));
+    const bool on[] = {service->deviceAvailable(), service->validSim(), service->validPinState(),
+                       service->fpLockPending(), service->callActive()};
+    const char* const names[] = {"device", "sim", "pin", "fplock", "call"};
+    QStringList set;
+    for (int i = 0; i < 5; ++i) {
+        if (on[i])
+            set << names[i];
     }
-    return codes;
+    return set.join(' ') + (service->IsValidSim() ? " => valid" : " => invalid");
 }
 
-QString infoText(CDeviceMgrService* service)
+// The information pop-up's text while it is on screen, else null.
+QString shownInfo(CDeviceMgrService* service)
 {
     ExtendDialog* dialog = service->infoDialog();
-    if (!dialog)
+    if (!dialog || !dialog->isVisible())
         return QString();
-    auto* label = dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"));
-    return label ? label->text() : QString();
-}
-
-bool infoVisible(CDeviceMgrService* service)
-{
-    return service->infoDialog() && service->infoDialog()->isVisible();
+    return dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"))->text();
 }
 
 bool chooserVisible(CDeviceMgrService* service)
 {
     return service->chooser() && service->chooser()->dialog() &&
            service->chooser()->dialog()->isVisible();
-}
-
-// Windows on screen apart from the host's own main window.
-QStringList visibleWindows(QWidget* mainWindow)
-{
-    QStringList names;
-    for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (window != mainWindow && window->isVisible())
-            names.append(window->objectName());
-    }
-    return names;
 }
 
 sim::CardConfig cardConfig(const char* name, int productType, int simStatus = 1)
@@ -115,1015 +76,320 @@ sim::CardConfig cardConfig(const char* name, int productType, int simStatus = 1)
     return config;
 }
 
-int sdkCalls(sim::VirtualCard& card, const char* function)
-{
-    int count = 0;
-    for (const sim::CallRecord& call : card.callLog())
-        count += call.function == function ? 1 : 0;
-    return count;
-}
-
 } // namespace
 
-Q_DECLARE_METATYPE(CardEvent)
+Q_DECLARE_METATYPE(Step)
 
 class tst_DeviceState : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void init();
-    void cleanup();
-
-    void flagTable_data();
-    void flagTable();
-    void initBeginMarksInitialising_data();
-    void initBeginMarksInitialising();
-    void isDeviceAvailableAsksTheCard_data();
-    void isDeviceAvailableAsksTheCard();
-    void isValidSim_data();
-    void isValidSim();
-    void simStateWord_data();
-    void simStateWord();
-    void simStateWithoutPayloadKeepsLastWord();
-    void rejectOrSwitch_data();
-    void rejectOrSwitch();
-    void shutDownDropsEvents_data();
-    void shutDownDropsEvents();
-    void initHandlerTakesOnlyInitRange_data();
-    void initHandlerTakesOnlyInitRange();
-    void initSuccessTellsPlugins_data();
-    void initSuccessTellsPlugins();
-    void initResetClearsDeviceAndTellsMiniFrame_data();
-    void initResetClearsDeviceAndTellsMiniFrame();
-    void nothingShownBeforeFrameShown();
-    void frameShownReplaysReadyCard();
-    void frameShownBranches_data();
-    void frameShownBranches();
-    void frameShownPinStatus_data();
-    void frameShownPinStatus();
-    void frameShownReplaysInvalidSim();
-    void simInvalidMessageWaitsForFingerprint_data();
-    void simInvalidMessageWaitsForFingerprint();
-    void frameShownTakesMainFrameWindowAsParent();
-    void detectedWithTwoDevicesShowsChooserOnceItExists();
-    void deviceActiveStoresProductType();
-    void invalidSimMessageNamesTheCard_data();
-    void invalidSimMessageNamesTheCard();
-    void deviceChangeReloadsPlugins_data();
-    void deviceChangeReloadsPlugins();
-    void deviceChangeToSameCardReloadsNothing();
-    void startDetectDeviceLines_data();
-    void startDetectDeviceLines();
-    void showChooseDeviceCreatesChooserOnce();
-    void unknownDeviceEventIsLogged();
-    void initFinishedByWwanThreadRefreshesMenuOnceFrameShown();
-
-private:
-    // Adds the cards, starts the service, lets the cards' start-up events
-    // through and, when asked, shows the frame; null when the events did not
-    // settle.
-    CDeviceMgrService* startWith(const QList<sim::CardConfig>& cards, bool showFrame = false);
-    // Raises the events one by one, each handled before the next; false
-    // when one did not settle.
-    bool deliver(const Events& events);
-
-    // Settings written since the last clear, as "group/key = value".
-    QStringList settingWrites() const { return m_settingWrites; }
-
     std::unique_ptr<HostFixture> m_host;
-    QStringList m_settingWrites;
-};
 
-void tst_DeviceState::init()
-{
-    m_host = std::make_unique<HostFixture>();
-    m_settingWrites.clear();
-    CommonUtils::SetSettingsObserver(
-        [this](const QString& group, const QString& key, const QString& value) {
-            m_settingWrites.append(QStringLiteral("%1/%2 = %3").arg(group, key, value));
-        });
-}
-
-void tst_DeviceState::cleanup()
-{
-    CommonUtils::SetSettingsObserver({});
-    m_host.reset();
-    CommonUtils::SetFrameStyle(0);
-}
-
-CDeviceMgrService* tst_DeviceState::startWith(const QList<sim::CardConfig>& cards, bool showFrame)
-{
-    for (const sim::CardConfig& card : cards)
-        m_host->card().addCard(card);
-    CDeviceMgrService* service = m_host->startService();
-    if (!m_host->waitForEvents())
-        return nullptr;
-    if (!showFrame)
-        return service;
-    m_host->frameShown();
-    return m_host->waitForEvents() ? service : nullptr;
-}
-
-bool tst_DeviceState::deliver(const Events& events)
-{
-    for (const CardEvent& event : events) {
-        raise(m_host->card(), event);
+    // Adds the cards, starts the service, lets the start-up events through and,
+    // when asked, shows the frame; null when the events did not settle.
+    CDeviceMgrService* startWith(const QList<sim::CardConfig>& cards, bool showFrame = false)
+    {
+        for (const sim::CardConfig& card : cards)
+            m_host->card().addCard(card);
+        CDeviceMgrService* service = m_host->startService();
         if (!m_host->waitForEvents())
-            return false;
-        // The lock event reaches the service through the fingerprint
-        // thread, which hands it on in its own time.
-        if (event.code == 6018 &&
-            !QTest::qWaitFor([] { return CDeviceMgrService::existingInstance()->fpLockPending(); }))
-            return false;
+            return nullptr;
+        return !showFrame || deliver({{NTF_FRAME_SHOWN}}) ? service : nullptr;
     }
-    return true;
-}
 
-// ---------------------------------------------------------------------------
-
-void tst_DeviceState::flagTable_data()
-{
-    QTest::addColumn<bool>("withCard");
-    QTest::addColumn<bool>("frameShown");
-    QTest::addColumn<Events>("events");
-    QTest::addColumn<bool>("deviceAvailable");
-    QTest::addColumn<bool>("validSim");
-    QTest::addColumn<bool>("validPinState");
-    QTest::addColumn<bool>("fpLockPending");
-
-    // clang-format off
-    QTest::newRow("initial state")          << false << false << Events{}                 << false << true  << false << false;
-    QTest::newRow("6008 init success")      << false << false << Events{{6008}}           << true  << true  << false << false;
-    QTest::newRow("6014 without device")    << false << false << Events{{6014}}           << false << true  << false << false;
-    QTest::newRow("6014 with device")       << true  << false << Events{{6601}, {6014}}   << true  << true  << true  << false;
-    QTest::newRow("6002 SIM invalid")       << false << false << Events{{6002}}           << false << false << false << false;
-    QTest::newRow("6018 fingerprint lock")  << false << false << Events{{6018}}           << false << true  << false << true;
-    QTest::newRow("6600 device active")     << false << false << Events{{6600}}           << true  << true  << false << false;
-    QTest::newRow("6501 change end")        << false << false << Events{{6501}}           << true  << true  << false << false;
-    QTest::newRow("6500 change begin")      << false << false << Events{{6500}}           << false << true  << false << false;
-    QTest::newRow("6619 usable word")       << false << false << Events{{6619, 1}}        << false << true  << true  << false;
-    QTest::newRow("6619 unusable word")     << false << false << Events{{6619, 1}, {6619, 0}} << false << true << false << false;
-    QTest::newRow("6601 reject resets")     << false << false << Events{{6008}, {6002}, {6619, 1}, {6601}} << false << true << false << false;
-    QTest::newRow("6604 switch resets")     << false << false << Events{{6008}, {6002}, {6619, 1}, {6604}} << false << true << false << false;
-    QTest::newRow("reject of ready card")   << true  << false << Events{{6601}}           << false << true  << false << false;
-    QTest::newRow("reject keeps FP lock before frame") << false << false << Events{{6018}, {6601}} << false << true << false << true;
-    QTest::newRow("reject clears FP lock after frame") << false << true  << Events{{6018}, {6601}} << false << true << false << false;
-    QTest::newRow("switch clears FP lock after frame") << false << true  << Events{{6018}, {6604}} << false << true << false << false;
-    // clang-format on
-}
-
-void tst_DeviceState::flagTable()
-{
-    QFETCH(bool, withCard);
-    QFETCH(bool, frameShown);
-    QFETCH(Events, events);
-    QFETCH(bool, deviceAvailable);
-    QFETCH(bool, validSim);
-    QFETCH(bool, validPinState);
-    QFETCH(bool, fpLockPending);
-
-    QList<sim::CardConfig> cards;
-    if (withCard)
-        cards.append(cardConfig("Card A", 2));
-    CDeviceMgrService* service = startWith(cards, frameShown);
-    QVERIFY(service);
-    QVERIFY(deliver(events));
-
-    QCOMPARE(service->deviceAvailable(), deviceAvailable);
-    QCOMPARE(service->validSim(), validSim);
-    QCOMPARE(service->validPinState(), validPinState);
-    QCOMPARE(service->fpLockPending(), fpLockPending);
-}
-
-void tst_DeviceState::initBeginMarksInitialising_data()
-{
-    QTest::addColumn<int>("beginEvents");
-    QTest::addColumn<bool>("hideAfter");
-    QTest::addColumn<bool>("initialising");
-
-    QTest::newRow("no begin event") << 0 << false << false;
-    QTest::newRow("first begin") << 1 << false << true;
-    QTest::newRow("second begin changes nothing") << 2 << false << true;
-    QTest::newRow("hidden pop-up clears it") << 1 << true << false;
-}
-
-void tst_DeviceState::initBeginMarksInitialising()
-{
-    QFETCH(int, beginEvents);
-    QFETCH(bool, hideAfter);
-    QFETCH(bool, initialising);
-
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    Transcript::instance().clear();
-    QVERIFY(deliver(Events(beginEvents, CardEvent{6000})));
-    if (hideAfter)
-        service->hideInfoDlg();
-
-    QCOMPARE(service->initialising(), initialising);
-    // The begin event only marks the start-up: nothing goes out for it.
-    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{});
-    QCOMPARE(m_host->records(QStringLiteral("menu")), QStringList{});
-    QVERIFY(!service->infoDialog());
-}
-
-void tst_DeviceState::isDeviceAvailableAsksTheCard_data()
-{
-    QTest::addColumn<bool>("withCard");
-    QTest::addColumn<bool>("unplugged");
-    QTest::addColumn<bool>("statusFails");
-    QTest::addColumn<bool>("available");
-
-    QTest::newRow("no card") << false << false << false << false;
-    QTest::newRow("card in use") << true << false << false << true;
-    QTest::newRow("card removed") << true << true << false << false;
-    QTest::newRow("status call fails") << true << false << true << false;
-}
-
-void tst_DeviceState::isDeviceAvailableAsksTheCard()
-{
-    QFETCH(bool, withCard);
-    QFETCH(bool, unplugged);
-    QFETCH(bool, statusFails);
-    QFETCH(bool, available);
-
-    QList<sim::CardConfig> cards;
-    if (withCard)
-        cards.append(cardConfig("Card A", 2));
-    CDeviceMgrService* service = startWith(cards);
-    QVERIFY(service);
-    if (unplugged) {
-        m_host->card().unplug(0);
-        QVERIFY(m_host->waitForEvents());
+    // Runs the steps one by one, each handled before the next.
+    bool deliver(const Steps& steps)
+    {
+        CDeviceMgrService* service = CDeviceMgrService::existingInstance();
+        sim::VirtualCard& card = m_host->card();
+        for (const Step& step : steps) {
+            if (step.code == kAskAvailable)
+                service->IsDeviceAvialable();
+            else if (step.code == kStatusFails)
+                card.setFault("UTPS_DevSrv_GetDevStatus", 1, 1);
+            else if (step.code == NTF_FRAME_SHOWN)
+                m_host->frameShown();
+            else if (step.code < 1000)
+                service->Notify(step.code, 0, 0);
+            else if (step.code == 6018) // spares the fingerprint thread's one-second pacing
+                service->deviceMgrInitEventHandler(step.code);
+            else if (step.code == 6601 || step.code == 6606)
+                card.raiseDeviceListEvent(step.code);
+            else if (step.word < 0)
+                card.raiseEvent(step.code, std::nullopt);
+            else
+                card.raiseEvent(step.code, std::vector<uint32_t>{uint32_t(step.word)});
+            if (!m_host->waitForEvents())
+                return false;
+        }
+        return true;
     }
-    // The flag from the events is overwritten by what the card says now.
-    m_host->card().raiseEvent(6008, std::nullopt);
-    QVERIFY(m_host->waitForEvents());
-    QVERIFY(service->deviceAvailable());
-    if (statusFails)
-        m_host->card().setFault("UTPS_DevSrv_GetDevStatus", 1, 1);
 
-    QCOMPARE(service->IsDeviceAvialable(), available);
-    QCOMPARE(service->deviceAvailable(), available);
-}
+    QStringList records(const char* kind) const { return m_host->records(QLatin1String(kind)); }
 
-void tst_DeviceState::isValidSim_data()
-{
-    QTest::addColumn<bool>("withCard");
-    QTest::addColumn<int>("simStatus");
-    QTest::addColumn<Events>("events");
-    QTest::addColumn<bool>("valid");
+private slots:
+    void init() { m_host = std::make_unique<HostFixture>(); }
+    void cleanup() { m_host.reset(); }
 
-    // A fresh service: no device and no PIN state yet, although the SIM is
-    // assumed usable.
-    QTest::newRow("fresh service") << false << 1 << Events{} << false;
-    QTest::newRow("ready card, word 1") << true << 1 << Events{} << true;
-    QTest::newRow("ready card, word 254") << true << 254 << Events{} << true;
-    QTest::newRow("SIM not usable") << true << 0 << Events{} << false;
-    QTest::newRow("SIM word 255") << true << 255 << Events{} << false;
-    QTest::newRow("ready card, PIN state lost") << true << 1 << Events{{6619, 0}} << false;
-    QTest::newRow("ready card, SIM invalid event") << true << 1 << Events{{6002}} << false;
-    // Every flag says ready, but the card itself is not there.
-    QTest::newRow("flags ready, no card") << false << 1 << Events{{6008}, {6619, 1}} << false;
-}
+    void flagTable_data()
+    {
+        QTest::addColumn<int>("card"); // its SIM status word; -1: no card
+        QTest::addColumn<Steps>("steps");
+        QTest::addColumn<QString>("state");
 
-void tst_DeviceState::isValidSim()
-{
-    QFETCH(bool, withCard);
-    QFETCH(int, simStatus);
-    QFETCH(Events, events);
-    QFETCH(bool, valid);
+        const int none = -1;
+        const Steps moved = {{6008}, {6002}, {6619, 1}}; // every flag off its reset value
+        // clang-format off
+        QTest::newRow("initial state")         << none << Steps{}               << "sim => invalid";
+        QTest::newRow("ready card")            << 1    << Steps{}               << "device sim pin => valid";
+        QTest::newRow("unusable SIM card")     << 0    << Steps{}               << "device => invalid";
+        QTest::newRow("6008 init success")     << none << Steps{{6008}}         << "device sim => invalid";
+        QTest::newRow("6014 without device")   << none << Steps{{6014}}         << "sim => invalid";
+        QTest::newRow("6014 with device")      << 1    << Steps{{6601}, {6014}} << "device sim pin => valid";
+        QTest::newRow("6002 SIM invalid")      << none << Steps{{6002}}         << " => invalid";
+        QTest::newRow("6018 fingerprint lock") << none << Steps{{6018}}         << "sim fplock => invalid";
+        QTest::newRow("6600 device active")    << none << Steps{{6600}}         << "device sim => invalid";
+        QTest::newRow("6501 change end")       << none << Steps{{6501}}         << "device sim => invalid";
+        QTest::newRow("6619 word 1")           << none << Steps{{6619, 1}}      << "sim pin => invalid";
+        QTest::newRow("6619 word 0")           << 1    << Steps{{6619, 0}}      << "device sim => invalid";
+        QTest::newRow("6601 reject resets")    << none << moved + Steps{{6601}} << "sim => invalid";
+        QTest::newRow("6604 switch resets")    << none << moved + Steps{{6604}} << "sim => invalid";
+        QTest::newRow("reject of ready card")  << 1    << Steps{{6601}}         << "sim => invalid";
+        QTest::newRow("flags ready, no card")  << none << Steps{{6008}, {6619, 1}} << "device sim pin => invalid";
+        QTest::newRow("reject before frame keeps FP lock") << none << Steps{{6018}, {6601}}        << "sim fplock => invalid";
+        QTest::newRow("reject after frame clears FP lock") << none << Steps{{258}, {6018}, {6601}} << "sim => invalid";
+        QTest::newRow("switch after frame clears FP lock") << none << Steps{{258}, {6018}, {6604}} << "sim => invalid";
+        QTest::newRow("IsDeviceAvialable asks the card")   << 1    << Steps{{6601}, {kAskAvailable}} << "device sim => invalid";
+        QTest::newRow("IsDeviceAvialable, card gone")      << none << Steps{{6008}, {kAskAvailable}} << "sim => invalid";
+        QTest::newRow("IsDeviceAvialable, status fails")   << 1    << Steps{{kStatusFails}, {kAskAvailable}} << "sim pin => valid";
+        QTest::newRow("784 incoming call")     << none << Steps{{784}}               << "sim call => invalid";
+        QTest::newRow("785 outgoing call")     << none << Steps{{785}}               << "sim call => invalid";
+        QTest::newRow("786 call connected")    << none << Steps{{786}}               << "sim call => invalid";
+        QTest::newRow("787 ends the call")     << none << Steps{{786}, {787}}        << "sim => invalid";
+        // clang-format on
+    }
+    void flagTable()
+    {
+        QFETCH(int, card);
+        QFETCH(Steps, steps);
+        QFETCH(QString, state);
 
-    QList<sim::CardConfig> cards;
-    if (withCard)
-        cards.append(cardConfig("Card A", 2, simStatus));
-    CDeviceMgrService* service = startWith(cards);
-    QVERIFY(service);
-    QVERIFY(deliver(events));
-    const bool validSimBefore = service->validSim();
-    m_host->card().clearCallLog();
+        QList<sim::CardConfig> cards;
+        if (card >= 0)
+            cards.append(cardConfig("Card A", 2, card));
+        CDeviceMgrService* service = startWith(cards);
+        QVERIFY(service);
+        QVERIFY(deliver(steps));
+        QCOMPARE(stateOf(service), state);
+    }
+    void nothingShownUntilFrameShown_data()
+    {
+        QTest::addColumn<int>("simStatus");
+        QTest::addColumn<bool>("validSim");
+        QTest::newRow("ready card") << 1 << true;
+        QTest::newRow("invalid SIM") << 0 << false;
+    }
+    void nothingShownUntilFrameShown()
+    {
+        QFETCH(int, simStatus);
+        QFETCH(bool, validSim);
 
-    QCOMPARE(service->IsValidSim(), valid);
-    // The card is asked every time, and its answer is kept.
-    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_GetDevStatus"), 1);
-    QCOMPARE(service->deviceAvailable(), withCard);
-    QCOMPARE(service->validSim(), validSimBefore);
-}
-
-void tst_DeviceState::simStateWord_data()
-{
-    QTest::addColumn<int>("word");
-    QTest::addColumn<uint>("notification");
-    QTest::addColumn<bool>("validPinState");
-
-    QTest::newRow("0 no SIM") << 0 << 579u << false;
-    QTest::newRow("1 lowest usable") << 1 << 578u << true;
-    QTest::newRow("254 highest usable") << 254 << 578u << true;
-    QTest::newRow("255 not usable") << 255 << 579u << false;
-    QTest::newRow("256 above range") << 256 << 579u << false;
-}
-
-void tst_DeviceState::simStateWord()
-{
-    QFETCH(int, word);
-    QFETCH(uint, notification);
-    QFETCH(bool, validPinState);
-
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    Transcript::instance().clear();
-    TraceCapture trace;
-    raise(m_host->card(), {6619, word});
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(service->simStateWord(), static_cast<unsigned int>(word));
-    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{broadcast(notification)});
-    QCOMPARE(service->validPinState(), validPinState);
-    QVERIFY(m_host->records(QStringLiteral("menu")).contains(QStringLiteral("RefreshMenu")));
-    QCOMPARE(trace.contains(QStringLiteral("send notification (UTPS_EVENT_DEV_SIM_STATE_CHANGE)")),
-             notification == 579u);
-}
-
-void tst_DeviceState::simStateWithoutPayloadKeepsLastWord()
-{
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    raise(m_host->card(), {6619, 7});
-    QVERIFY(m_host->waitForEvents());
-    Transcript::instance().clear();
-
-    raise(m_host->card(), {6619, -1});
-    QVERIFY(m_host->waitForEvents());
-    QCOMPARE(service->simStateWord(), 7u);
-    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{broadcast(578)});
-    QVERIFY(service->validPinState());
-}
-
-void tst_DeviceState::rejectOrSwitch_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<bool>("popup");
-    QTest::addColumn<QString>("line");
-
-    QTest::newRow("6601 reject") << 6601 << true
-                                 << QStringLiteral("6601 Device event (UTPS_EVENT_DEV_REJECT)");
-    QTest::newRow("6604 switch") << 6604 << false
-                                 << QStringLiteral("6604 Device event (UTPS_EVENT_DEV_SWITCH)");
-}
-
-void tst_DeviceState::rejectOrSwitch()
-{
-    QFETCH(int, code);
-    QFETCH(bool, popup);
-    QFETCH(QString, line);
-
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
-    QVERIFY(service);
-    // Only what the reject or switch itself shows counts.
-    service->hideInfoDlg();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    Transcript::instance().clear();
-    m_host->clearMessages();
-    TraceCapture trace;
-
-    raise(m_host->card(), {code});
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(trace.contains(line));
-    QVERIFY(trace.contains(QStringLiteral("UTPS_EVENT_DEV_REJECT. m_bDeviceAvialable = false")));
-    QVERIFY(m_host->records(QStringLiteral("notify")).contains(broadcast(579)));
-    QCOMPARE(
-        m_host->records(QStringLiteral("menu")),
-        (QStringList{QStringLiteral("RefreshDeviceMenu"), QStringLiteral("DisableDeviceMenu")}));
-    QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
-    QCOMPARE(service->previousProductType(), 1);
-    QVERIFY(m_host->messages().isEmpty());
-    if (!popup) {
+        CDeviceMgrService* service =
+            startWith({cardConfig("Card A", 2, simStatus), cardConfig("Card B", 2)});
+        QVERIFY(service);
+        // Each of these shows something once the frame is up.
+        QVERIFY(deliver({{6606}, {6600}, {6501}}));
+        QVERIFY(m_host->messages().isEmpty());
         QVERIFY(!service->infoDialog());
-        return;
+        QVERIFY(!service->chooser());
+        QCOMPARE(service->currentDeviceName(), QString());
+        QCOMPARE(service->validSim(), validSim); // the state is kept all the same
+        Transcript::instance().clear();
+
+        QVERIFY(deliver({{NTF_FRAME_SHOWN}}));
+
+        QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
+        QCOMPARE(records("subscribe").size(), 4);
+        QCOMPARE(shownInfo(service),
+                 validSim ? CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY"))
+                          : QString());
+        QCOMPARE(m_host->messages().size(), validSim ? 0 : 1);
+        QCOMPARE(records("notify").contains(broadcast(579)), !validSim);
+        // The card in use is ready: the frame itself shows no chooser.
+        QVERIFY(service->chooser());
+        QVERIFY(!chooserVisible(service));
+
+        // With the chooser made, a detection with two cards shows it.
+        QVERIFY(deliver({{6606}}));
+        QVERIFY(chooserVisible(service));
+        QCOMPARE(service->chooser()->dialog()->parentWidget(), m_host->mainWindow());
     }
-    QVERIFY(infoVisible(service));
-    QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_DEVICE_INVALID")));
-    QVERIFY(!infoText(service).isEmpty());
-    QCOMPARE(service->infoTimer()->interval(), 3000);
-}
+    void frameShownPinStatus_data()
+    {
+        QTest::addColumn<int>("simStatus");
+        QTest::addColumn<bool>("pinEnabled");
+        QTest::addColumn<int>("pinStatus");
+        QTest::newRow("SIM 240, protection off") << 240 << false << 0;
+        QTest::newRow("SIM 1, protection off") << 1 << false << 8;
+        QTest::newRow("SIM 240, PIN required") << 240 << true << 2;
+    }
+    // A PIN status still at "protection off" on a SIM that reports 240 counts as
+    // ready when the frame comes up; any other status read from the card stays.
+    void frameShownPinStatus()
+    {
+        QFETCH(int, simStatus);
+        QFETCH(bool, pinEnabled);
+        QFETCH(int, pinStatus);
 
-void tst_DeviceState::shutDownDropsEvents_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("line");
+        sim::CardConfig card = cardConfig("Card A", 2, simStatus);
+        card.sim.pinEnabled = pinEnabled;
+        CDeviceMgrService* service = startWith({card});
+        QVERIFY(service);
+        QVERIFY(deliver({{6012}})); // reads the card's PIN status
+        QCOMPARE(service->pinStatus(), pinEnabled ? 2 : 8);
+        QVERIFY(deliver({{NTF_FRAME_SHOWN}}));
+        QCOMPARE(service->pinStatus(), pinStatus);
+    }
+    void eventOutcome_data()
+    {
+        QTest::addColumn<Step>("event");
+        QTest::addColumn<QStringList>("notified");
+        QTest::addColumn<QStringList>("menu");
+        QTest::addColumn<QString>("info");  // key of the pop-up text; empty: none
+        QTest::addColumn<QString>("trace"); // with the host's flag set: the drop line
 
-    QTest::newRow("init event") << 6008 << QStringLiteral("signals ignored: App Shutting down ");
-    QTest::newRow("device event") << 6600 << QStringLiteral("Events ignored: App Shutting down ");
-}
+        const QStringList none;
+        const QStringList refresh = {"RefreshMenu"};
+        const QStringList disable = {"RefreshDeviceMenu", "DisableDeviceMenu"};
+        const QString ready = broadcast(578);
+        const QString notReady = broadcast(579);
+        // clang-format off
+        QTest::newRow("6619 word 0")   << Step{6619, 0}   << QStringList{notReady} << refresh << "" << "";
+        QTest::newRow("6619 word 1")   << Step{6619, 1}   << QStringList{ready}    << refresh << "" << "";
+        QTest::newRow("6619 word 254") << Step{6619, 254} << QStringList{ready}    << refresh << "" << "";
+        QTest::newRow("6619 word 255") << Step{6619, 255} << QStringList{notReady} << refresh << "" << "";
+        QTest::newRow("6619 word 256") << Step{6619, 256} << QStringList{notReady} << refresh << "" << "";
+        QTest::newRow("6601 reject: pop-up") << Step{6601} << QStringList{notReady} << disable << "IDS_DEVICE_INVALID" << "";
+        QTest::newRow("6604 switch: none")   << Step{6604} << QStringList{notReady} << disable << "" << "";
+        QTest::newRow("6008 during shut-down") << Step{6008} << none << none << "" << "signals ignored: App Shutting down ";
+        QTest::newRow("6600 during shut-down") << Step{6600} << none << none << "" << "Events ignored: App Shutting down ";
+        // clang-format on
+    }
+    void eventOutcome()
+    {
+        QFETCH(Step, event);
+        QFETCH(QStringList, notified);
+        QFETCH(QStringList, menu);
+        QFETCH(QString, info);
+        QFETCH(QString, trace);
 
-void tst_DeviceState::shutDownDropsEvents()
-{
-    QFETCH(int, code);
-    QFETCH(QString, line);
+        CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
+        QVERIFY(service);
+        service->hideInfoDlg(); // only what the event itself shows counts
+        Transcript::instance().clear();
+        m_host->clearMessages();
+        TraceCapture lines;
+        if (!trace.isEmpty()) // the host's flag only, not the intake's
+            CommonUtils::SetShutDownFlag();
+        QVERIFY(deliver({event}));
+        CommonUtils::ResetShutDownFlag();
 
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    Transcript::instance().clear();
-    TraceCapture trace;
-    CommonUtils::SetShutDownFlag();
-    raise(m_host->card(), {code});
-    QVERIFY(m_host->waitForEvents());
-    CommonUtils::ResetShutDownFlag();
+        QCOMPARE(records("notify"), notified);
+        QCOMPARE(records("menu"), menu);
+        QVERIFY(m_host->messages().isEmpty());
+        QCOMPARE(shownInfo(service), info.isEmpty() ? QString() : CDeviceMgrService::tr(info));
+        QVERIFY(info.isEmpty() || service->infoTimer()->interval() == 3000);
+        QVERIFY(trace.isEmpty() || lines.contains(trace));
+        if (event.code == 6601 || event.code == 6604)
+            QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
+    }
+    void invalidSimMessageNamesTheCard_data()
+    {
+        QTest::addColumn<int>("productType");
+        QTest::addColumn<QString>("setting"); // "customize" key=value
+        QTest::addColumn<bool>("typeQueryFails");
+        QTest::addColumn<QString>("word"); // empty: no translated text at all
 
-    QVERIFY(trace.contains(line));
-    QVERIFY(!service->deviceAvailable());
-    QVERIFY(m_host->records(QStringLiteral("notify")).isEmpty());
-    QVERIFY(m_host->records(QStringLiteral("menu")).isEmpty());
-}
+        QTest::newRow("SIM card") << 2 << "" << false << "SIM/USIM";
+        QTest::newRow("UIM card") << 1 << "" << false << "UIM";
+        QTest::newRow("SIM card, simtype set") << 2 << "simtype=USIM" << false << "USIM";
+        QTest::newRow("UIM card, uimtype set") << 1 << "uimtype=R-UIM" << false << "R-UIM";
+        QTest::newRow("UIM card ignores simtype") << 1 << "simtype=USIM" << false << "UIM";
+        QTest::newRow("SIM card ignores uimtype") << 2 << "uimtype=R-UIM" << false << "SIM/USIM";
+        QTest::newRow("type unknown counts as SIM") << 1 << "" << true << "SIM/USIM";
+        // Without a text there is nothing to name: the card is not asked.
+        QTest::newRow("no text") << 1 << "" << false << "";
+    }
+    void invalidSimMessageNamesTheCard()
+    {
+        QFETCH(int, productType);
+        QFETCH(QString, setting);
+        QFETCH(bool, typeQueryFails);
+        QFETCH(QString, word);
 
-void tst_DeviceState::initHandlerTakesOnlyInitRange_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<bool>("handled");
+        if (!setting.isEmpty())
+            CommonUtils::SetSettings("customize", setting.section('=', 0, 0),
+                                     setting.section('=', 1));
+        QVERIFY(startWith({cardConfig("Card A", productType)}, true));
+        m_host->clearMessages();
+        Transcript::instance().clear();
+        m_host->card().clearCallLog();
+        if (typeQueryFails)
+            m_host->card().setFault("UTPS_DevSrv_GetProductType", 1, 1);
+        QVERIFY(Change::SetLanguage(word.isEmpty() ? "none" : "en"));
 
-    QTest::newRow("5999 below") << 5999 << false;
-    QTest::newRow("6000 first") << 6000 << true;
-    QTest::newRow("6018 last") << 6018 << true;
-    QTest::newRow("6019 above") << 6019 << false;
-    QTest::newRow("6600 device event") << 6600 << false;
-}
+        QVERIFY(deliver({{6002}}));
 
-// While the host shuts down, an init event is dropped with a line; a code
-// outside the init range is not the handler's business at all.
-void tst_DeviceState::initHandlerTakesOnlyInitRange()
-{
-    QFETCH(int, code);
-    QFETCH(bool, handled);
+        QCOMPARE(records("notify").value(0), broadcast(579));
+        QCOMPARE(m_host->messages().size(), 1);
+        const MessageRequest request = m_host->messages().first();
+        QCOMPARE(request.icon, QMessageBox::Information);
+        QCOMPARE(request.parent, m_host->mainWindow());
+        int typeQueries = 0;
+        for (const sim::CallRecord& call : m_host->card().callLog())
+            typeQueries += call.function == "UTPS_DevSrv_GetProductType";
+        QCOMPARE(typeQueries, word.isEmpty() ? 0 : 1);
+        QString expected = CDeviceMgrService::tr(QStringLiteral("IDS_SIM_INVALID"));
+        QCOMPARE(expected.count("%s"), word.isEmpty() ? 0 : 2);
+        QCOMPARE(request.text, expected.replace("%s", word));
+    }
+    void deviceChangeReloadsPlugins_data()
+    {
+        QTest::addColumn<int>("fromType");
+        QTest::addColumn<int>("toType");
+        QTest::addColumn<bool>("fullReload");
+        QTest::newRow("UIM to SIM") << 1 << 2 << true;
+        QTest::newRow("SIM to UIM") << 2 << 1 << true;
+        QTest::newRow("SIM to SIM") << 2 << 2 << false;
+        QTest::newRow("unknown to SIM") << 3 << 2 << false;
+        QTest::newRow("UIM to unknown") << 1 << 3 << false;
+    }
+    void deviceChangeReloadsPlugins()
+    {
+        QFETCH(int, fromType);
+        QFETCH(int, toType);
+        QFETCH(bool, fullReload);
 
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    CommonUtils::SetShutDownFlag();
-    TraceCapture trace;
-    service->deviceMgrInitEventHandler(code);
-    const QStringList lines = trace.matching(QStringLiteral("signals ignored: App Shutting down "));
-    CommonUtils::ResetShutDownFlag();
-
-    QCOMPARE(lines.size(), handled ? 1 : 0);
-    QVERIFY(!service->fpLockPending());
-    QVERIFY(!service->initialising());
-}
-
-void tst_DeviceState::initSuccessTellsPlugins_data()
-{
-    QTest::addColumn<int>("frameStyle");
-    QTest::addColumn<bool>("validSim");
-    QTest::addColumn<bool>("miniRefresh");
-
-    QTest::newRow("main frame") << 0 << true << false;
-    QTest::newRow("mini frame in use") << CommonUtils::FrameStyleMini << true << true;
-    QTest::newRow("other style bits") << 3 << true << false;
-    QTest::newRow("invalid SIM keeps pop-ups") << 0 << false << false;
-}
-
-void tst_DeviceState::initSuccessTellsPlugins()
-{
-    QFETCH(int, frameStyle);
-    QFETCH(bool, validSim);
-    QFETCH(bool, miniRefresh);
-
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    if (!validSim) {
-        raise(m_host->card(), {6002});
+        CDeviceMgrService* service =
+            startWith({cardConfig("Card A", fromType), cardConfig("Card B", toType)}, true);
+        QVERIFY(service);
+        Transcript::instance().clear();
+        const _UTPS_ST_MULTI_DEVICE_INFO devices = service->uiLogic()->GetDeviceInfo();
+        QCOMPARE(devices.nDevNum, 2);
+        QCOMPARE(service->uiLogic()->SelectDevice(devices.stDevInfo[1]), 0);
         QVERIFY(m_host->waitForEvents());
+
+        QCOMPARE(service->previousProductType(), fromType);
+        QCOMPARE(service->currentDeviceName(), QStringLiteral("Card B"));
+        QCOMPARE(CommonUtils::GetSettings(QStringLiteral("Device"), QStringLiteral("ProductType")),
+                 QString::number(toType));
+        // The container sees no change for either card: only a forced reload goes
+        // on to tell the plug-ins.
+        QCOMPARE(records("notify").filter(QStringLiteral("broadcast 585 ")).size(),
+                 fullReload ? 1 : 0);
     }
-    CommonUtils::SetFrameStyle(frameStyle);
-    Transcript::instance().clear();
-    TraceCapture trace;
-    raise(m_host->card(), {6008});
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(service->deviceAvailable());
-    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{broadcast(581)});
-    QCOMPARE(m_host->records(QStringLiteral("menu")),
-             QStringList{QStringLiteral("RefreshDeviceMenu")});
-    QCOMPARE(m_host->records(QStringLiteral("miniframe")).contains(QStringLiteral("Refresh")),
-             miniRefresh);
-    QCOMPARE(trace.contains(QStringLiteral("close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)")),
-             validSim);
-    QCOMPARE(trace.contains(QStringLiteral(": closeAllPopups : called")), validSim);
-}
-
-void tst_DeviceState::initResetClearsDeviceAndTellsMiniFrame_data()
-{
-    QTest::addColumn<bool>("frameShown");
-    QTest::addColumn<QStringList>("menu");
-
-    QTest::newRow("before frame") << false << QStringList{};
-    QTest::newRow("after frame") << true
-                                 << QStringList{QStringLiteral("RefreshDeviceMenu"),
-                                                QStringLiteral("DisableDeviceMenu")};
-}
-
-void tst_DeviceState::initResetClearsDeviceAndTellsMiniFrame()
-{
-    QFETCH(bool, frameShown);
-    QFETCH(QStringList, menu);
-
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 2)}, frameShown);
-    QVERIFY(service);
-    QVERIFY(service->uiLogic()->StoredDeviceInfo().nDevNum > 0);
-    Transcript::instance().clear();
-
-    raise(m_host->card(), {6016});
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(m_host->records(QStringLiteral("notify")), QStringList{toMiniFrame(582)});
-    QCOMPARE(m_host->records(QStringLiteral("menu")), menu);
-    QCOMPARE(service->uiLogic()->StoredDeviceInfo().nDevNum, 0);
-    QCOMPARE(service->uiLogic()->CurrentPort(), -1);
-}
-
-void tst_DeviceState::nothingShownBeforeFrameShown()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 2, 0), cardConfig("Card B", 2)});
-    QVERIFY(service);
-    raise(m_host->card(), {6606});
-    raise(m_host->card(), {6601});
-    raise(m_host->card(), {6002});
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(m_host->messages().isEmpty());
-    QVERIFY(!service->infoDialog());
-    QVERIFY(!service->chooser());
-    QCOMPARE(visibleWindows(m_host->mainWindow()), QStringList{});
-    // The state is kept all the same.
-    QVERIFY(!service->validSim());
-    QVERIFY(!service->frameShown());
-}
-
-void tst_DeviceState::frameShownReplaysReadyCard()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 2)});
-    QVERIFY(service);
-    QVERIFY(!service->infoDialog());
-    QVERIFY(m_host->records(QStringLiteral("subscribe")).isEmpty());
-    Transcript::instance().clear();
-    m_settingWrites.clear();
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(service->frameShown());
-    QVERIFY(service->deviceAvailable());
-    QVERIFY(service->chooser());
-    QVERIFY(!chooserVisible(service));
-    QVERIFY(infoVisible(service));
-    QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY")));
-    QCOMPARE(service->infoTimer()->interval(), 3000);
-    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
-    QCOMPARE(service->currentProductType(), 2);
-    QCOMPARE(settingWrites(), QStringList{QStringLiteral("Device/ProductType = 2")});
-    QCOMPARE(m_host->records(QStringLiteral("subscribe")).size(), 4);
-    QVERIFY(m_host->messages().isEmpty());
-    QVERIFY(!m_host->records(QStringLiteral("notify")).contains(broadcast(579)));
-}
-
-void tst_DeviceState::frameShownBranches_data()
-{
-    QTest::addColumn<int>("cards");
-    QTest::addColumn<bool>("statusFails");
-    QTest::addColumn<Events>("before");
-    QTest::addColumn<bool>("deviceAvailable");
-    QTest::addColumn<bool>("info");
-    QTest::addColumn<bool>("chooser");
-    QTest::addColumn<bool>("frameInit");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QStringList>("settings");
-
-    const QStringList sim{QStringLiteral("Device/ProductType = 2")};
-    // clang-format off
-    // The switch cleared the flag; the card's own status sets it again.
-    QTest::newRow("flag replayed from the card") << 1 << false << Events{{6604}}
-        << true << true << false << true << QStringLiteral("Card A") << sim;
-    QTest::newRow("two cards, status unreadable") << 2 << true << Events{}
-        << true << false << true << false << QString() << QStringList{};
-    QTest::newRow("one card, status unreadable") << 1 << true << Events{}
-        << true << false << false << false << QStringLiteral("Card A") << sim;
-    QTest::newRow("no card") << 0 << false << Events{}
-        << false << false << false << false << QString()
-        << QStringList{QStringLiteral("Device/ProductType = 3")};
-    // clang-format on
-}
-
-void tst_DeviceState::frameShownBranches()
-{
-    QFETCH(int, cards);
-    QFETCH(bool, statusFails);
-    QFETCH(Events, before);
-    QFETCH(bool, deviceAvailable);
-    QFETCH(bool, info);
-    QFETCH(bool, chooser);
-    QFETCH(bool, frameInit);
-    QFETCH(QString, name);
-    QFETCH(QStringList, settings);
-
-    const QList<sim::CardConfig> all{cardConfig("Card A", 2), cardConfig("Card B", 2)};
-    CDeviceMgrService* service = startWith(all.mid(0, cards));
-    QVERIFY(service);
-    QVERIFY(deliver(before));
-    QCOMPARE(service->currentDeviceName(), QString());
-    Transcript::instance().clear();
-    m_settingWrites.clear();
-    if (statusFails)
-        m_host->card().setFault("UTPS_DevSrv_GetDevStatus", 1, -1);
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    m_host->card().clearFaults();
-
-    QVERIFY(service->frameShown());
-    QVERIFY(service->chooser());
-    QCOMPARE(service->deviceAvailable(), deviceAvailable);
-    QCOMPARE(infoVisible(service), info);
-    QCOMPARE(chooserVisible(service), chooser);
-    QCOMPARE(m_host->records(QStringLiteral("subscribe")).size(), frameInit ? 4 : 0);
-    QCOMPARE(service->currentDeviceName(), name);
-    QCOMPARE(settingWrites(), settings);
-}
-
-void tst_DeviceState::frameShownPinStatus_data()
-{
-    QTest::addColumn<int>("simStatus");
-    QTest::addColumn<bool>("pinEnabled");
-    QTest::addColumn<int>("pinStatus");
-
-    QTest::newRow("SIM 240, protection off") << 240 << false << 0;
-    QTest::newRow("SIM 1, protection off") << 1 << false << 8;
-    QTest::newRow("SIM 239, protection off") << 239 << false << 8;
-    QTest::newRow("SIM 240, PIN required") << 240 << true << 2;
-}
-
-// A PIN status still at "protection off" on a SIM that reports 240 counts as
-// ready when the frame comes up; any other status read from the card stays.
-void tst_DeviceState::frameShownPinStatus()
-{
-    QFETCH(int, simStatus);
-    QFETCH(bool, pinEnabled);
-    QFETCH(int, pinStatus);
-
-    sim::CardConfig card = cardConfig("Card A", 2, simStatus);
-    card.sim.pinEnabled = pinEnabled;
-    CDeviceMgrService* service = startWith({card});
-    QVERIFY(service);
-    // The no-PIN event reads the card's PIN status.
-    raise(m_host->card(), {6012});
-    QVERIFY(m_host->waitForEvents());
-    QCOMPARE(service->pinStatus(), pinEnabled ? 2 : 8);
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    QCOMPARE(service->pinStatus(), pinStatus);
-}
-
-void tst_DeviceState::frameShownReplaysInvalidSim()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 2, 0)});
-    QVERIFY(service);
-    QVERIFY(!service->validSim());
-    QVERIFY(m_host->messages().isEmpty());
-    Transcript::instance().clear();
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(m_host->records(QStringLiteral("notify")).contains(broadcast(579)));
-    const QList<MessageRequest> messages = m_host->messages();
-    QVERIFY(!messages.isEmpty());
-    const MessageRequest& request = messages.first();
-    QCOMPARE(request.icon, QMessageBox::Information);
-    QCOMPARE(request.title, CDeviceMgrService::tr(QStringLiteral("IDS_MAINFRM_PROMPT")));
-    QVERIFY(request.text.contains(QStringLiteral("SIM/USIM")));
-    QCOMPARE(request.parent, m_host->mainWindow());
-    // The message replaced the "initialising" pop-up.
-    QVERIFY(!infoVisible(service));
-}
-
-void tst_DeviceState::simInvalidMessageWaitsForFingerprint_data()
-{
-    QTest::addColumn<bool>("fpLock");
-    QTest::newRow("unlocked card") << false;
-    QTest::newRow("fingerprint lock pending") << true;
-}
-
-void tst_DeviceState::simInvalidMessageWaitsForFingerprint()
-{
-    QFETCH(bool, fpLock);
-
-    CDeviceMgrService* service = startWith({}, true);
-    QVERIFY(service);
-    if (fpLock)
-        service->deviceMgrInitEventHandler(6018);
-    QCOMPARE(service->fpLockPending(), fpLock);
-    Transcript::instance().clear();
-    m_host->clearMessages();
-
-    service->deviceMgrInitEventHandler(6002);
-    QVERIFY(m_host->waitForEvents());
-
-    QVERIFY(!service->validSim());
-    QCOMPARE(m_host->messages().size(), fpLock ? 0 : 1);
-    QCOMPARE(m_host->records(QStringLiteral("notify")).contains(broadcast(579)), !fpLock);
-}
-
-void tst_DeviceState::frameShownTakesMainFrameWindowAsParent()
-{
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    QWidget other;
-    other.setObjectName(QStringLiteral("OtherMainWindow"));
-    m_host->siblings().setMainWindow(&other);
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    QCOMPARE(service->parentWidget(), &other);
-    m_host->siblings().setMainWindow(m_host->mainWindow());
-    // Leave nothing parented to the local window behind.
-    service->hideInfoDlg();
-}
-
-void tst_DeviceState::detectedWithTwoDevicesShowsChooserOnceItExists()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 2), cardConfig("Card B", 2)});
-    QVERIFY(service);
-    TraceCapture trace;
-
-    raise(m_host->card(), {6606});
-    QVERIFY(m_host->waitForEvents());
-    QVERIFY(!service->chooser());
-    QVERIFY(!trace.contains(QStringLiteral("call show choose device")));
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    QVERIFY(service->chooser());
-    // The card in use is ready, so the frame itself shows no chooser.
-    QVERIFY(!chooserVisible(service));
-    trace.clear();
-
-    raise(m_host->card(), {6606});
-    QVERIFY(m_host->waitForEvents());
-    QVERIFY(trace.contains(QStringLiteral("Choose device instance NOT null")));
-    QVERIFY(trace.contains(QStringLiteral("call show choose device")));
-    QVERIFY(chooserVisible(service));
-    QCOMPARE(service->chooser()->dialog()->parentWidget(), m_host->mainWindow());
-}
-
-void tst_DeviceState::deviceActiveStoresProductType()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)});
-    QVERIFY(service);
-
-    QCOMPARE(service->currentProductType(), 1);
-    QVERIFY(service->deviceAvailable());
-    QVERIFY(settingWrites().contains(QStringLiteral("Device/ProductType = 1")));
-    QCOMPARE(CommonUtils::GetSettings(QStringLiteral("Device"), QStringLiteral("ProductType")),
-             QStringLiteral("1"));
-    // Before the frame is shown the detection shows nothing.
-    QVERIFY(!service->infoDialog());
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    m_host->clearMessages();
-    raise(m_host->card(), {6600});
-    QVERIFY(m_host->waitForEvents());
-    QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_DETECTE_DEVICE")));
-    QCOMPARE(service->infoTimer()->interval(), 10000);
-}
-
-void tst_DeviceState::invalidSimMessageNamesTheCard_data()
-{
-    QTest::addColumn<QString>("language");
-    QTest::addColumn<int>("productType");
-    QTest::addColumn<QString>("uimType");
-    QTest::addColumn<QString>("simType");
-    QTest::addColumn<bool>("typeQueryFails");
-    QTest::addColumn<QString>("word");
-
-    const QString en = QStringLiteral("en");
-    QTest::newRow("SIM card") << en << 2 << QString() << QString() << false
-                              << QStringLiteral("SIM/USIM");
-    QTest::newRow("UIM card") << en << 1 << QString() << QString() << false
-                              << QStringLiteral("UIM");
-    QTest::newRow("SIM card, simtype set")
-        << en << 2 << QString() << QStringLiteral("USIM") << false << QStringLiteral("USIM");
-    QTest::newRow("UIM card, uimtype set")
-        << en << 1 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("R-UIM");
-    QTest::newRow("UIM card ignores simtype")
-        << en << 1 << QString() << QStringLiteral("USIM") << false << QStringLiteral("UIM");
-    QTest::newRow("SIM card ignores uimtype")
-        << en << 2 << QStringLiteral("R-UIM") << QString() << false << QStringLiteral("SIM/USIM");
-    QTest::newRow("type unknown counts as SIM")
-        << en << 1 << QString() << QString() << true << QStringLiteral("SIM/USIM");
-    // Without a text there is nothing to name: the card is not asked.
-    QTest::newRow("no text") << QStringLiteral("none") << 1 << QString() << QString() << false
-                             << QString();
-}
-
-void tst_DeviceState::invalidSimMessageNamesTheCard()
-{
-    QFETCH(QString, language);
-    QFETCH(int, productType);
-    QFETCH(QString, uimType);
-    QFETCH(QString, simType);
-    QFETCH(bool, typeQueryFails);
-    QFETCH(QString, word);
-
-    if (!uimType.isEmpty())
-        CommonUtils::SetSettings(QStringLiteral("customize"), QStringLiteral("uimtype"), uimType);
-    if (!simType.isEmpty())
-        CommonUtils::SetSettings(QStringLiteral("customize"), QStringLiteral("simtype"), simType);
-    QVERIFY(startWith({cardConfig("Card A", productType)}, true));
-    m_host->clearMessages();
-    Transcript::instance().clear();
-    m_host->card().clearCallLog();
-    if (typeQueryFails)
-        m_host->card().setFault("UTPS_DevSrv_GetProductType", 1, 1);
-    QVERIFY(Change::SetLanguage(language));
-
-    raise(m_host->card(), {6002});
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(m_host->records(QStringLiteral("notify")).first(), broadcast(579));
-    const QList<MessageRequest> messages = m_host->messages();
-    QCOMPARE(messages.size(), 1);
-    const MessageRequest& request = messages.first();
-    QCOMPARE(request.icon, QMessageBox::Information);
-    QCOMPARE(request.parent, m_host->mainWindow());
-    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_GetProductType"), word.isEmpty() ? 0 : 1);
-    if (word.isEmpty()) {
-        QCOMPARE(request.text, QString());
-        QCOMPARE(request.title, QString());
-        return;
-    }
-    QString expected = CDeviceMgrService::tr(QStringLiteral("IDS_SIM_INVALID"));
-    QVERIFY2(expected.count(QStringLiteral("%s")) == 2, qPrintable(expected));
-    expected.replace(QStringLiteral("%s"), word);
-    QCOMPARE(request.text, expected);
-    QCOMPARE(request.title, QStringLiteral("Notice"));
-}
-
-void tst_DeviceState::deviceChangeReloadsPlugins_data()
-{
-    QTest::addColumn<int>("fromType");
-    QTest::addColumn<int>("toType");
-    QTest::addColumn<bool>("fullReload");
-
-    QTest::newRow("UIM to SIM") << 1 << 2 << true;
-    QTest::newRow("SIM to UIM") << 2 << 1 << true;
-    QTest::newRow("SIM to SIM") << 2 << 2 << false;
-    QTest::newRow("unknown to SIM") << 3 << 2 << false;
-    QTest::newRow("UIM to unknown") << 1 << 3 << false;
-}
-
-void tst_DeviceState::deviceChangeReloadsPlugins()
-{
-    QFETCH(int, fromType);
-    QFETCH(int, toType);
-    QFETCH(bool, fullReload);
-
-    CDeviceMgrService* service =
-        startWith({cardConfig("Card A", fromType), cardConfig("Card B", toType)}, true);
-    QVERIFY(service);
-    service->chooser()->CloseDlg();
-    // Only what the switch itself shows counts.
-    service->hideInfoDlg();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!service->infoDialog());
-    Transcript::instance().clear();
-    TraceCapture trace;
-
-    const _UTPS_ST_MULTI_DEVICE_INFO devices = service->uiLogic()->GetDeviceInfo();
-    QCOMPARE(devices.nDevNum, 2);
-    QCOMPARE(service->uiLogic()->SelectDevice(devices.stDevInfo[1]), 0);
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
-    QCOMPARE(service->previousProductType(), fromType);
-    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card B"));
-    QCOMPARE(service->currentProductType(), toType);
-    QCOMPARE(CommonUtils::GetSettings(QStringLiteral("Device"), QStringLiteral("ProductType")),
-             QString::number(toType));
-    const QStringList codes = notifiedCodes(m_host->records(QStringLiteral("notify")));
-    QVERIFY(codes.indexOf(QStringLiteral("583")) >= 0);
-    QVERIFY(codes.indexOf(QStringLiteral("583")) < codes.indexOf(QStringLiteral("584")));
-    QVERIFY(infoVisible(service));
-    QCOMPARE(infoText(service), CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY")));
-    QCOMPARE(service->infoTimer()->interval(), 3000);
-
-    // The switch reloads for the new card once.
-    QCOMPARE(
-        trace.matching(QStringLiteral("DeviceMgrChooseDevice.cpp: ReloadPlugins: entered")).size(),
-        1);
-    // The container sees no change for either card: only a forced reload
-    // goes on to tell the plug-ins.
-    QCOMPARE(codes.contains(QStringLiteral("585")), fullReload);
-}
-
-void tst_DeviceState::deviceChangeToSameCardReloadsNothing()
-{
-    CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
-    QVERIFY(service);
-    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
-    TraceCapture trace;
-
-    raise(m_host->card(), {6500});
-    raise(m_host->card(), {6501});
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
-    QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
-    QVERIFY(trace.contains(QStringLiteral("second time ProductType : 1")));
-    QVERIFY(!trace.contains(QStringLiteral("ReloadPlugins")));
-}
-
-void tst_DeviceState::startDetectDeviceLines_data()
-{
-    QTest::addColumn<bool>("fails");
-    QTest::newRow("success") << false;
-    QTest::newRow("failure") << true;
-}
-
-// Both outcomes end with the success line (the result comes as events); a
-// failure adds a warning before it.
-void tst_DeviceState::startDetectDeviceLines()
-{
-    QFETCH(bool, fails);
-
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    if (fails)
-        m_host->card().setFault("UTPS_DevSrv_DetectDevice", 1, 1);
-    m_host->card().clearCallLog();
-    const QString prefix =
-        QRegularExpression::escape(QStringLiteral("../../src/DeviceMgrUIPlugin/"
-                                                  "DeviceMgrService.cpp: StartDetectDevice: "));
-    auto line = [&prefix](const char* text) {
-        return QRegularExpression(QStringLiteral("^%1%2$").arg(prefix, QLatin1String(text)));
-    };
-    QTest::ignoreMessage(QtDebugMsg, line("UTPS_DevSrv_DetectDevice called"));
-    if (fails)
-        QTest::ignoreMessage(QtWarningMsg, line("UTPS_DevSrv_DetectDevice failed"));
-    else
-        QTest::failOnWarning(QRegularExpression(QStringLiteral("DetectDevice failed")));
-    QTest::ignoreMessage(QtDebugMsg, line("UTPS_DevSrv_DetectDevice success"));
-
-    service->StartDetectDevice();
-
-    QCOMPARE(sdkCalls(m_host->card(), "UTPS_DevSrv_DetectDevice"), 1);
-}
-
-void tst_DeviceState::showChooseDeviceCreatesChooserOnce()
-{
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    QVERIFY(!service->chooser());
-    TraceCapture trace;
-
-    service->ShowChooseDevice();
-    ChooseDevice* chooser = service->chooser();
-    QVERIFY(chooser);
-    QVERIFY(chooserVisible(service));
-    service->ShowChooseDevice();
-    QCOMPARE(service->chooser(), chooser);
-    QCOMPARE(trace.matching(QStringLiteral("m_pDlgChooseDev is NULL")).size(), 1);
-    chooser->CloseDlg();
-}
-
-void tst_DeviceState::unknownDeviceEventIsLogged()
-{
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    Transcript::instance().clear();
-    TraceCapture trace;
-    raise(m_host->card(), {6700});
-    QVERIFY(m_host->waitForEvents());
-
-    QCOMPARE(trace.matching(QStringLiteral(",Unknown event occured ")).size(), 1);
-    QVERIFY(m_host->records(QStringLiteral("notify")).isEmpty());
-    QVERIFY(!service->deviceAvailable());
-}
-
-void tst_DeviceState::initFinishedByWwanThreadRefreshesMenuOnceFrameShown()
-{
-    CDeviceMgrService* service = startWith({});
-    QVERIFY(service);
-    Transcript::instance().clear();
-    service->onDeviceInitFinishHandler();
-    QVERIFY(m_host->records(QStringLiteral("menu")).isEmpty());
-
-    m_host->frameShown();
-    QVERIFY(m_host->waitForEvents());
-    Transcript::instance().clear();
-    service->onDeviceInitFinishHandler();
-    QCOMPARE(m_host->records(QStringLiteral("menu")), QStringList{QStringLiteral("RefreshMenu")});
-}
+};
 
 QTEST_MAIN(tst_DeviceState)
 #include "tst_devicestate.moc"
