@@ -1,18 +1,15 @@
-// The WWAN readiness thread: it polls the SDK once a second until the
-// system's WWAN service has the card (or does not run at all), then signals;
-// stop requests and the application's quit end it without the signal, and it
-// always leaves the host's thread count as it found it. The 1 s poll is real,
-// so only the cases that need a second pass wait for it.
+// The WWAN readiness thread: one signal once the WWAN service has the card (or
+// does not run), none after a stop or quit, the thread count kept on every
+// path. The 1 s poll is real: only the cases needing a second pass wait.
 #include "DeviceMgrService.h"
 #include "DeviceMgrWin7Thread.h"
 #include "HostFixture.h"
-#include "TraceCapture.h"
-
 #include "sim/VirtualCard.h"
 
 #include <CommonUtils.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -20,24 +17,15 @@
 
 namespace {
 
-int countCalls(const char* function)
+int callsOf(const std::string& function)
 {
     int count = 0;
-    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog()) {
-        if (call.function == function)
-            ++count;
-    }
+    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog())
+        count += call.function == function ? 1 : 0;
     return count;
 }
 
-sim::HostConfig wwanHost(bool win7, int readyAfter, bool serviceActive = true)
-{
-    sim::HostConfig host;
-    host.win7 = win7;
-    host.wwanReadyAfter = readyAfter;
-    host.wwanServiceActive = serviceActive;
-    return host;
-}
+constexpr int NoStop = 0, ByStop = 1, ByQuit = 2;
 
 } // namespace
 
@@ -48,22 +36,11 @@ class tst_Win7Thread : public QObject
 private slots:
     void init();
     void cleanup();
-
-    void endsWithOneSignal_data();
-    void endsWithOneSignal();
-    void stopDuringTheLoopEndsWithoutSignal();
-    void quitDuringTheLoopSuppressesTheSignal();
-    void stopBeforeTheRunIsForgotten();
-    void noWwanServiceSignalsTwiceAfterAnEarlierReadiness();
-    void instanceIsOneObject();
-    void deletedInstanceIsStillHandedOut();
+    void runEnds_data();
+    void runEnds();
     void serviceChecksAtOnceOnceReady();
-    void serviceWithoutWwanChecksDirectly();
 
 private:
-    // Runs `thread` to its end and waits for the signals it queued.
-    bool runToEnd(DeviceMgrWin7Thread* thread);
-
     std::unique_ptr<HostFixture> m_host;
     DeviceMgrWin7Thread* m_thread = nullptr;
     int m_threadsBefore = 0;
@@ -83,214 +60,93 @@ void tst_Win7Thread::cleanup()
         m_thread = nullptr;
     }
     m_host.reset();
-    // The service (if any) deleted its thread but the class keeps the
-    // address; the next test starts with a fresh one.
+    // The service deletes its thread but the class keeps the address.
     DeviceMgrWin7Thread::ForgetInstance();
 }
 
-bool tst_Win7Thread::runToEnd(DeviceMgrWin7Thread* thread)
-{
-    if (!thread->wait(10000))
-        return false;
-    QCoreApplication::processEvents();
-    return true;
-}
-
-void tst_Win7Thread::endsWithOneSignal_data()
+void tst_Win7Thread::runEnds_data()
 {
     QTest::addColumn<bool>("win7");
     QTest::addColumn<bool>("serviceActive");
-    QTest::addColumn<QString>("trace"); // empty: none of the loop's lines
-    QTest::addColumn<int>("readyPolls");
-    QTest::addColumn<int>("activeQueries");
+    QTest::addColumn<int>("readyAfter"); // polls before the WWAN is ready
+    QTest::addColumn<int>("stop");       // during the first pass's sleep
+    QTest::addColumn<int>("emitted");
+    QTest::addColumn<bool>("ready");    // m_bDeviceInitFinished
+    QTest::addColumn<QString>("polls"); // IsWWanReady / IsWWanServiceActive calls
 
-    QTest::newRow("ready at the first poll")
-        << true << true << "run: UTPS_DevSrv_IsWWanReady ()" << 1 << 0;
+    QTest::newRow("ready at the first poll") << true << true << 0 << NoStop << 1 << true << "1/0";
     QTest::newRow("WWAN service not running")
-        << true << false << "run: UTPS_DevSrv_IsWWanServiceActive" << 1 << 1;
-    QTest::newRow("no WWAN service on the system") << false << true << QString() << 0 << 0;
+        << true << false << 100 << NoStop << 1 << true << "1/1";
+    QTest::newRow("no WWAN service on the system")
+        << false << true << 0 << NoStop << 1 << false << "0/0";
+    // A pass tests readiness before the stop flag, so the stopped card never
+    // gets ready; a quit holds the signal back even when the WWAN gets ready.
+    QTest::newRow("stop") << true << true << 1000 << ByStop << 0 << false << "";
+    QTest::newRow("quit, ready at the next poll") << true << true << 1 << ByQuit << 0 << true << "";
 }
 
-void tst_Win7Thread::endsWithOneSignal()
+void tst_Win7Thread::runEnds()
 {
     QFETCH(bool, win7);
     QFETCH(bool, serviceActive);
-    QFETCH(QString, trace);
-    QFETCH(int, readyPolls);
-    QFETCH(int, activeQueries);
-
-    // Inactive service: readiness would come only much later.
-    m_host->card().setHost(wwanHost(win7, serviceActive ? 0 : 100, serviceActive));
+    QFETCH(int, readyAfter);
+    QFETCH(int, stop);
+    QFETCH(int, emitted);
+    QFETCH(bool, ready);
+    QFETCH(QString, polls);
+    m_host->card().setHost({win7, readyAfter, serviceActive, {}});
     m_thread = DeviceMgrWin7Thread::Instance();
     QSignalSpy finished(m_thread, &DeviceMgrWin7Thread::deviceInitFinished);
-    TraceCapture lines;
     QElapsedTimer clock;
     clock.start();
-
     m_thread->start();
-    QVERIFY(runToEnd(m_thread));
-
-    QCOMPARE(finished.count(), 1);
-    QVERIFY2(clock.elapsed() < 900, "no pass should have slept");
-    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanReady"), readyPolls);
-    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanServiceActive"), activeQueries);
-    QCOMPARE(m_thread->isDeviceInitFinished(), win7);
-    QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
-    QVERIFY(lines.contains(QStringLiteral("run: DeviceMgrWin7Thread::run() Entered")));
-    QVERIFY(lines.contains(QStringLiteral("run: DeviceMgrWin7Thread::run() Exit")));
-    QCOMPARE(lines.contains(QStringLiteral("run: emit deviceInitFinished ()")), win7);
-    if (!trace.isEmpty())
-        QVERIFY(lines.contains(trace));
-    QVERIFY(!lines.contains(QStringLiteral("m_bStopThread || QApplication::closingDown ()")));
-}
-
-void tst_Win7Thread::stopDuringTheLoopEndsWithoutSignal()
-{
-    m_host->card().setHost(wwanHost(true, 1000));
-    m_thread = DeviceMgrWin7Thread::Instance();
-    QSignalSpy finished(m_thread, &DeviceMgrWin7Thread::deviceInitFinished);
-    TraceCapture lines;
-
-    m_thread->start();
-    QTRY_VERIFY(countCalls("UTPS_DevSrv_IsWWanServiceActive") >= 1);
-    QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore + 1);
-    m_thread->Stop();
-
-    QVERIFY(m_thread->isFinished());
+    if (stop != NoStop) {
+        QTRY_VERIFY(callsOf("UTPS_DevSrv_IsWWanServiceActive") >= 1);
+        QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore + 1);
+        if (stop == ByQuit)
+            QVERIFY(QMetaObject::invokeMethod(qApp, "aboutToQuit", Qt::DirectConnection));
+        else
+            m_thread->Stop();
+    }
+    QVERIFY(m_thread->wait(5000));
     QCoreApplication::processEvents();
-    QCOMPARE(finished.count(), 0);
-    QVERIFY(!m_thread->isDeviceInitFinished());
+
+    QCOMPARE(finished.count(), emitted);
+    QCOMPARE(m_thread->isDeviceInitFinished(), ready);
     QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
-    QVERIFY(lines.contains(QStringLiteral("run: m_bStopThread || QApplication::closingDown ()")));
-    QVERIFY(lines.contains(QStringLiteral("Stop: DeviceMgrWin7Thread::Stop() Exit")));
-}
-
-void tst_Win7Thread::quitDuringTheLoopSuppressesTheSignal()
-{
-    // Not ready at the first poll, ready at the second, which comes after
-    // the quit.
-    m_host->card().setHost(wwanHost(true, 1));
-    m_thread = DeviceMgrWin7Thread::Instance();
-    QSignalSpy finished(m_thread, &DeviceMgrWin7Thread::deviceInitFinished);
-
-    m_thread->start();
-    QTRY_VERIFY(countCalls("UTPS_DevSrv_IsWWanServiceActive") >= 1);
-    // What the application does on its way out.
-    QVERIFY(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit",
-                                      Qt::DirectConnection));
-    QVERIFY(m_thread->isAppQuit());
-    QVERIFY(runToEnd(m_thread));
-
-    QVERIFY(m_thread->isDeviceInitFinished());
-    QCOMPARE(finished.count(), 0);
-    QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
-    CommonUtils::ResetShutDownFlag();
-}
-
-void tst_Win7Thread::stopBeforeTheRunIsForgotten()
-{
-    m_host->card().setHost(wwanHost(true, 1));
-    m_thread = DeviceMgrWin7Thread::Instance();
-    QSignalSpy finished(m_thread, &DeviceMgrWin7Thread::deviceInitFinished);
-    m_thread->Stop();
-    QVERIFY(m_thread->isStopRequested());
-
-    m_thread->start();
-    QVERIFY(runToEnd(m_thread));
-
-    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanReady"), 2);
-    QCOMPARE(finished.count(), 1);
-    QVERIFY(!m_thread->isStopRequested());
-}
-
-void tst_Win7Thread::noWwanServiceSignalsTwiceAfterAnEarlierReadiness()
-{
-    m_host->card().setHost(wwanHost(true, 0));
-    m_thread = DeviceMgrWin7Thread::Instance();
-    QSignalSpy finished(m_thread, &DeviceMgrWin7Thread::deviceInitFinished);
-    m_thread->start();
-    QVERIFY(runToEnd(m_thread));
-    QCOMPARE(finished.count(), 1);
-
-    // A ready WWAN is not polled again.
-    m_host->card().clearCallLog();
-    m_thread->start();
-    QVERIFY(runToEnd(m_thread));
-    QCOMPARE(finished.count(), 2);
-    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanReady"), 0);
-
-    // The system lost its WWAN service: the early signal and, with the
-    // earlier readiness on record, the usual one too.
-    m_host->card().setHost(wwanHost(false, 0));
-    m_thread->start();
-    QVERIFY(runToEnd(m_thread));
-    QCOMPARE(finished.count(), 4);
-    QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
-}
-
-void tst_Win7Thread::instanceIsOneObject()
-{
-    m_thread = DeviceMgrWin7Thread::Instance();
-    QCOMPARE(DeviceMgrWin7Thread::Instance(), m_thread);
-    QVERIFY(!m_thread->parent());
-    QVERIFY(!m_thread->isDeviceInitFinished());
-    QVERIFY(!m_thread->isStopRequested());
-    QVERIFY(!m_thread->isAppQuit());
-}
-
-// Only the service deletes the thread, and only while it is torn down itself:
-// the destructor leaves the class's pointer as it is.
-void tst_Win7Thread::deletedInstanceIsStillHandedOut()
-{
-    DeviceMgrWin7Thread* first = DeviceMgrWin7Thread::Instance();
-    const quintptr address = reinterpret_cast<quintptr>(first);
-    delete first;
-    QCOMPARE(reinterpret_cast<quintptr>(DeviceMgrWin7Thread::Instance()), address);
+    if (stop == NoStop) {
+        QVERIFY2(clock.elapsed() < 900, "no pass should have slept");
+        QCOMPARE(QString("%1/%2")
+                     .arg(callsOf("UTPS_DevSrv_IsWWanReady"))
+                     .arg(callsOf("UTPS_DevSrv_IsWWanServiceActive")),
+                 polls);
+    }
 }
 
 void tst_Win7Thread::serviceChecksAtOnceOnceReady()
 {
-    m_host->card().setHost(wwanHost(true, 0));
+    m_host->card().setHost({true, 0, true, {}});
     sim::CardConfig card;
     card.sim.pinEnabled = true;
     m_host->card().addCard(card);
     CDeviceMgrService* service = m_host->startService();
     QVERIFY(m_host->waitForEvents());
-
     // The card's PIN check started the thread, which found the WWAN ready.
     DeviceMgrWin7Thread* thread = service->win7Thread();
-    QVERIFY(thread);
-    QVERIFY(thread->wait(5000));
+    QVERIFY(thread && thread->wait(5000));
     QVERIFY(m_host->waitForEvents());
     QVERIFY(thread->isDeviceInitFinished());
+    QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore);
 
     m_host->card().clearCallLog();
-    TraceCapture lines;
     service->checkPINWithWin7();
 
     // At once, on this thread, without another run.
-    QCOMPARE(countCalls("UTPS_DevSrv_GetPinStatus"), 1);
-    QCOMPARE(countCalls("UTPS_DevSrv_IsWWanReady"), 0);
+    QCOMPARE(callsOf("UTPS_DevSrv_GetPinStatus"), 1);
+    QCOMPARE(callsOf("UTPS_DevSrv_IsWWanReady"), 0);
     QVERIFY(!thread->isRunning());
-    QVERIFY(lines.contains(QStringLiteral("Win 7 thread initialized. Check PIN")));
     QCOMPARE(service->pinState(), DEVMGR_PIN_VERIFY);
     QCOMPARE(service->win7Thread(), thread);
-}
-
-void tst_Win7Thread::serviceWithoutWwanChecksDirectly()
-{
-    sim::CardConfig card;
-    card.sim.pinEnabled = true;
-    m_host->card().addCard(card);
-    CDeviceMgrService* service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    m_host->card().clearCallLog();
-
-    service->checkPINWithWin7();
-
-    QVERIFY(!service->win7Thread());
-    QCOMPARE(countCalls("UTPS_DevSrv_GetPinStatus"), 1);
-    QCOMPARE(service->pinState(), DEVMGR_PIN_VERIFY);
 }
 
 QTEST_MAIN(tst_Win7Thread)
