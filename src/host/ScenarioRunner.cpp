@@ -26,6 +26,23 @@
 #include <QThread>
 
 namespace {
+
+// The text a keyboard sends with a key: Ctrl with a letter gives the control
+// character (Ctrl+X is character 24), as fields that filter keystrokes see it.
+QString keyText(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    const bool letter = key >= Qt::Key_A && key <= Qt::Key_Z;
+    if (letter && modifiers == Qt::ControlModifier)
+        return QString(QChar(key - Qt::Key_A + 1));
+    if (modifiers & ~Qt::ShiftModifier)
+        return QString();
+    if (letter)
+        return QString(QChar(modifiers & Qt::ShiftModifier ? key : key - Qt::Key_A + 'a'));
+    if (key >= Qt::Key_Space && key <= Qt::Key_AsciiTilde)
+        return QString(QChar(key));
+    return QString();
+}
+
 constexpr int PollMs = 10;
 constexpr int RetryMs = 20;
 constexpr int LastRecordsShown = 5;
@@ -337,7 +354,9 @@ QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* t
         const QKeySequence sequence =
             QKeySequence::fromString(stringOf(step.json, "key"), QKeySequence::PortableText);
         giveFocus(target);
-        QTest::keyClick(target, sequence[0].key(), sequence[0].keyboardModifiers());
+        const Qt::Key key = sequence[0].key();
+        const Qt::KeyboardModifiers modifiers = sequence[0].keyboardModifiers();
+        QTest::sendKeyEvent(QTest::Click, target, key, keyText(key, modifiers), modifiers);
         return QString();
     }
     // "close": as the window's own close button would.
