@@ -94,9 +94,7 @@ public:
 
     int unRegisterDevInitEventCallback() override
     {
-        Lock lock(d.mutex);
-        d.initCallback = nullptr;
-        return 0;
+        return clearCallback(d.initCallback);
     }
 
     int registerDevMgrCallback(UTPS_EVENT_CALLBACK callback) override
@@ -106,9 +104,7 @@ public:
 
     int unRegisterDevMgrCallback() override
     {
-        Lock lock(d.mutex);
-        d.devMgrCallback = nullptr;
-        return 0;
+        return clearCallback(d.devMgrCallback);
     }
 
     int registerMultiDeviceEventCallback(UTPS_EVENT_CALLBACK callback) override
@@ -118,9 +114,7 @@ public:
 
     int unRegisterMultiDeviceEventCallback() override
     {
-        Lock lock(d.mutex);
-        d.multiDeviceCallback = nullptr;
-        return 0;
+        return clearCallback(d.multiDeviceCallback);
     }
 
     int getAvailableDeviceList(_UTPS_ST_MULTI_DEVICE_INFO* list) override
@@ -358,6 +352,13 @@ private:
         slot = callback;
         // Cards plugged before anyone listened start now.
         d.startDeferredCards();
+        return 0;
+    }
+
+    int clearCallback(UTPS_EVENT_CALLBACK& slot)
+    {
+        Lock lock(d.mutex);
+        slot = nullptr;
         return 0;
     }
 
