@@ -137,12 +137,13 @@ int main(int argc, char** argv)
     const double pP99 = bench::median(p99s[0]), bP99 = bench::median(p99s[1]);
     std::printf("event intake latency (%d events x %d runs, median of runs): median %.1f us "
                 "vs bare queued signal %.1f us (x%.2f); p99 %.1f us vs %.1f us (x%.2f)\n",
-                latencyEvents, kRuns, pMedian, bMedian, pMedian / bMedian, pP99, bP99,
-                pP99 / bP99);
+                latencyEvents, kRuns, pMedian, bMedian, pMedian / bMedian, pP99, bP99, pP99 / bP99);
 
     const long rssBefore = bench::peakRssKiB();
-    const double pRate = bench::medianOf(3, [&] { return measureStorm(stormEvents, plugin, pluginReceiver); });
-    const double bRate = bench::medianOf(3, [&] { return measureStorm(stormEvents, baseline, bareReceiver); });
+    const double pRate =
+        bench::medianOf(3, [&] { return measureStorm(stormEvents, plugin, pluginReceiver); });
+    const double bRate =
+        bench::medianOf(3, [&] { return measureStorm(stormEvents, baseline, bareReceiver); });
     std::printf("event storm (%d events, all handled, median of 3): %.0f events/s vs bare queued "
                 "signal %.0f events/s (x%.2f); peak RSS %ld KiB (%ld KiB before the storm)\n",
                 stormEvents, pRate, bRate, pRate / bRate, bench::peakRssKiB(), rssBefore);

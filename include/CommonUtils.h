@@ -14,7 +14,8 @@ class QThread;
 class QWidget;
 
 // What a message box would show; handed to the responder and the observer.
-struct MessageRequest {
+struct MessageRequest
+{
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QWidget* parent = nullptr;
     QString title;

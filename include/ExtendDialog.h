@@ -7,7 +7,8 @@
 class QCloseEvent;
 class QVBoxLayout;
 
-enum enWidgetType {
+enum enWidgetType
+{
     WIDGET_TYPE_NORMAL = 0,
     WIDGET_TYPE_POPUP = 1,
 };

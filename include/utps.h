@@ -30,13 +30,15 @@ typedef uint16_t UTPS_WCHAR;
 /* The buffer UTPS_DevSrv_GetImsiInfo fills: 15 digits and the terminator. */
 #define UTPS_IMSI_LEN 16
 
-typedef struct _UTPS_ST_DEVICE_INFO {
+typedef struct _UTPS_ST_DEVICE_INFO
+{
     int32_t nPort;
     int32_t nProtocol;
     char szDeviceName[UTPS_DEVICE_NAME_LEN];
 } _UTPS_ST_DEVICE_INFO;
 
-typedef struct _UTPS_ST_MULTI_DEVICE_INFO {
+typedef struct _UTPS_ST_MULTI_DEVICE_INFO
+{
     int32_t nDevNum;
     _UTPS_ST_DEVICE_INFO stDevInfo[MAX_DEVICE_COUNT];
 } _UTPS_ST_MULTI_DEVICE_INFO;
@@ -46,7 +48,8 @@ static_assert(sizeof(_UTPS_ST_DEVICE_INFO) == 136, "device record layout is fixe
 static_assert(sizeof(_UTPS_ST_MULTI_DEVICE_INFO) == 8708, "device list layout is fixed by the SDK");
 #endif
 
-typedef enum _UTPS_EN_DEVICE_STATUS {
+typedef enum _UTPS_EN_DEVICE_STATUS
+{
     DEVICE_STATUS_NO_DEVICE = 0,
     DEVICE_STATUS_CONNECTED = 1, /* present, with a data connection up */
     DEVICE_STATUS_INITIALIZING = 2,
@@ -55,7 +58,8 @@ typedef enum _UTPS_EN_DEVICE_STATUS {
 } _UTPS_EN_DEVICE_STATUS;
 
 /* Fingerprint sensor feedback carried by UTPS_EVENT_DEV_FP_VERIFY. */
-typedef enum _UTPS_EN_VERIFYINDSTATE {
+typedef enum _UTPS_EN_VERIFYINDSTATE
+{
     VERIFYIND_GOOD_IMAGE = 0,
     VERIFYIND_NO_FINGER = 1,
     VERIFYIND_TOO_LIGHT = 2,
@@ -101,7 +105,8 @@ typedef enum _UTPS_EN_VERIFYINDSTATE {
 } _UTPS_EN_VERIFYINDSTATE;
 
 /* The radio switch: current state (1 on, 0 off) and whether it can be switched. */
-typedef struct _UTPS_ST_RF_SWITCH {
+typedef struct _UTPS_ST_RF_SWITCH
+{
     int32_t nState;
     int32_t nSupport;
 } _UTPS_ST_RF_SWITCH;
@@ -123,7 +128,7 @@ typedef struct _UTPS_ST_RF_SWITCH {
 #define UTPS_EVENT_DEV_INIT_BEGIN 6000
 #define UTPS_EVENT_DEV_SIM_INVALID 6002
 #define UTPS_EVENT_DEV_INIT_SUCCESS 6008
-#define UTPS_EVENT_DEV_LIST_UPDATE 6010        /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
+#define UTPS_EVENT_DEV_LIST_UPDATE 6010 /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
 #define UTPS_EVENT_DEV_CHECK_PIN 6011
 #define UTPS_EVENT_DEV_DEVICE_NO_PIN 6012
 #define UTPS_EVENT_DEV_DEVICE_INIT_FINISH 6014
@@ -132,13 +137,13 @@ typedef struct _UTPS_ST_RF_SWITCH {
 #define UTPS_EVENT_DEV_CHANGE_BEGIN 6500
 #define UTPS_EVENT_DEV_CHANGE_END 6501
 #define UTPS_EVENT_DEV_ACTIVE 6600
-#define UTPS_EVENT_DEV_REJECT 6601             /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
+#define UTPS_EVENT_DEV_REJECT 6601 /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
 #define UTPS_EVENT_DEV_SWITCH 6604
-#define UTPS_EVENT_DEV_DETECTED 6606           /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
-#define UTPS_EVENT_DEV_RF_SWITCH 6615          /* payload: uint32 sw, uint32 hw */
-#define UTPS_EVENT_DEV_POWER 6616              /* payload: uint32 power event */
-#define UTPS_EVENT_DEV_SIM_STATE_CHANGE 6619   /* payload: uint32 SIM state word */
-#define UTPS_EVENT_DEV_FP_VERIFY 6620          /* payload: uint32 verify state */
+#define UTPS_EVENT_DEV_DETECTED 6606         /* payload: _UTPS_ST_MULTI_DEVICE_INFO */
+#define UTPS_EVENT_DEV_RF_SWITCH 6615        /* payload: uint32 sw, uint32 hw */
+#define UTPS_EVENT_DEV_POWER 6616            /* payload: uint32 power event */
+#define UTPS_EVENT_DEV_SIM_STATE_CHANGE 6619 /* payload: uint32 SIM state word */
+#define UTPS_EVENT_DEV_FP_VERIFY 6620        /* payload: uint32 verify state */
 
 typedef int (*UTPS_EVENT_CALLBACK)(int event, void* payload);
 

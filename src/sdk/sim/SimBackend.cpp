@@ -92,20 +92,14 @@ public:
         return 0;
     }
 
-    int unRegisterDevInitEventCallback() override
-    {
-        return clearCallback(d.initCallback);
-    }
+    int unRegisterDevInitEventCallback() override { return clearCallback(d.initCallback); }
 
     int registerDevMgrCallback(UTPS_EVENT_CALLBACK callback) override
     {
         return registerDeviceCallback(d.devMgrCallback, callback);
     }
 
-    int unRegisterDevMgrCallback() override
-    {
-        return clearCallback(d.devMgrCallback);
-    }
+    int unRegisterDevMgrCallback() override { return clearCallback(d.devMgrCallback); }
 
     int registerMultiDeviceEventCallback(UTPS_EVENT_CALLBACK callback) override
     {
