@@ -125,6 +125,9 @@ public:
     void displaySuccessMsgBoxPINOkButtonClicked();
     void displayFailureMsgBoxPINOkButtonClicked();
     void modifyPinModOkButtonClicked(QString& oldPin, QString& newPin);
+    // A new PUK dialog, in state 4 and its initial state (the last PIN try
+    // is gone); false when it could not be made.
+    bool openPukDialogInInitialState();
 
     // PIN dialogs
     int createVerifyPINDlg();

@@ -353,16 +353,23 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
         } else {
             // The last try is gone: the SIM now wants its PUK.
             closeWithoutAsking(m_pdialogVerifyPINDlg);
-            if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
+            if (!openPukDialogInInitialState()) {
                 qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
                 return;
             }
-            m_ePinState = DEVMGR_UNLOCK_PIN;
-            CommonUtils::MoveCentre(m_pdialogPUKDlg);
-            setDlgToInitialState();
         }
     }
     qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+}
+
+bool CDeviceMgrService::openPukDialogInInitialState()
+{
+    if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); }))
+        return false;
+    m_ePinState = DEVMGR_UNLOCK_PIN;
+    CommonUtils::MoveCentre(m_pdialogPUKDlg);
+    setDlgToInitialState(); // shows it
+    return true;
 }
 
 void CDeviceMgrService::onPINOkButtonClicked()
@@ -565,13 +572,10 @@ void CDeviceMgrService::modifyPinModOkButtonClicked(QString& oldPin, QString& ne
         setDlgToInitialState();
     } else if (remaining == 0) {
         m_pdialogModifyDlg->close();
-        if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
+        if (!openPukDialogInInitialState()) {
             qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
             return;
         }
-        m_ePinState = DEVMGR_UNLOCK_PIN;
-        CommonUtils::MoveCentre(m_pdialogPUKDlg);
-        setDlgToInitialState();
     }
     qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
