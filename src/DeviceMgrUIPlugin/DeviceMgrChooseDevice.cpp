@@ -129,6 +129,9 @@ void ChooseDevice::createChooseDlg(QWidget* parent)
     buttonWidget->setObjectName(QStringLiteral("ChooseDevice_widgetButton"));
 
     label->setText(pluginText("IDS_MGR_LIST_PROMPT"));
+    // The dialog has a fixed width; a longer prompt (German) wraps instead of
+    // being cut.
+    label->setWordWrap(true);
 
     QHeaderView* header = m_pTableWidget->horizontalHeader();
     header->setTextElideMode(Qt::ElideRight);
