@@ -4,6 +4,8 @@
 #include "RecordMatcher.h"
 #include "Transcript.h"
 
+#include <QJsonValue>
+
 #include <functional>
 #include <utility>
 
@@ -15,9 +17,10 @@ QString number(int value)
     return QString::number(value);
 }
 
+// As an expectation's `true` or `false` is spelled, so that it matches.
 QString boolean(bool value)
 {
-    return value ? QStringLiteral("true") : QStringLiteral("false");
+    return RecordMatcher::scalarText(QJsonValue(value));
 }
 
 const QList<std::pair<QString, Call>>& table()

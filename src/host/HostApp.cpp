@@ -357,6 +357,9 @@ void HostApp::startPlugins()
         }
         QObject* service = nullptr;
         auto* base = qobject_cast<IBasePlugin*>(plugin.data());
+        // A plug-in may have gone again during another's Init.
+        if (!base)
+            continue;
         if (!m_deviceManager && base->QueryInterface(DeviceManagerInterface, &service) &&
             qobject_cast<IDeviceMgr*>(service))
             m_deviceManager = service;

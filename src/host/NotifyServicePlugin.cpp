@@ -27,8 +27,9 @@ NotifyServicePlugin::NotifyServicePlugin(QObject* parent) : QObject(parent)
 
 void NotifyServicePlugin::Subscribe(const QString& sourceClsid, unsigned int code)
 {
-    Transcript::instance().record(QStringLiteral("subscribe"), subscriptionKey(sourceClsid, code));
-    m_subscriptions.insert(subscriptionKey(sourceClsid, code));
+    const QString key = subscriptionKey(sourceClsid, code);
+    Transcript::instance().record(QStringLiteral("subscribe"), key);
+    m_subscriptions.insert(key);
 }
 
 void NotifyServicePlugin::SendNotifyTo(const QString& targetClsid, unsigned int code,

@@ -1,5 +1,7 @@
 #include "RecordMatcher.h"
 
+#include "WidgetFinder.h"
+
 #include <QRegularExpression>
 
 #include <cmath>
@@ -74,7 +76,7 @@ QMap<QString, QString> splitAt(const QString& text, const QString& separator, co
 bool fieldMatches(const QString& name, const QString& actual, const QString& expected)
 {
     if (name == QLatin1String("text"))
-        return expected.isEmpty() ? actual.isEmpty() : actual.contains(expected);
+        return WidgetFinder::textMatches(actual, expected);
     if (actual == expected)
         return true;
     const bool quoted = actual.size() >= 2 && actual.startsWith(QLatin1Char('"')) &&

@@ -319,9 +319,15 @@ bool checkKey(const QJsonObject& step, const QString& where, QString* error)
     return false;
 }
 
+// "step <n> <the step as written>", where a step's messages start.
+QString placeOf(const ScenarioStep& step)
+{
+    return QStringLiteral("step %1 %2").arg(step.number).arg(step.text());
+}
+
 bool checkAction(const ScenarioStep& step, int deviceCount, QString* error)
 {
-    const QString where = QStringLiteral("step %1 %2").arg(step.number).arg(step.text());
+    const QString where = placeOf(step);
     const QJsonObject& json = step.json;
     const Field doField{"do", Type::String, true};
     const QString& action = step.name;
@@ -423,7 +429,7 @@ bool checkAction(const ScenarioStep& step, int deviceCount, QString* error)
 
 bool checkExpectation(const ScenarioStep& step, QString* error)
 {
-    const QString where = QStringLiteral("step %1 %2").arg(step.number).arg(step.text());
+    const QString where = placeOf(step);
     const QJsonObject& json = step.json;
     const Field kindField{step.negated ? "expect-not" : "expect", Type::String, true};
     const Field waitField = step.negated ? Field{"for", Type::Int} : Field{"timeout", Type::Int};
@@ -520,10 +526,8 @@ bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioSte
                       int(json.contains(QLatin1String("expect"))) +
                       int(json.contains(QLatin1String("expect-not")));
     if (kinds != 1) {
-        *error = QStringLiteral("step %1 %2: needs exactly one of \"do\", \"expect\" and "
-                                "\"expect-not\"")
-                     .arg(number)
-                     .arg(step->text());
+        *error = placeOf(*step) + QStringLiteral(": needs exactly one of \"do\", \"expect\" and "
+                                                 "\"expect-not\"");
         return false;
     }
     step->negated = json.contains(QLatin1String("expect-not"));
@@ -531,9 +535,8 @@ bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioSte
     const char* key = step->negated ? "expect-not" : step->expectation ? "expect" : "do";
     const QJsonValue name = json.value(QLatin1String(key));
     if (!name.isString()) {
-        *error = QStringLiteral("step %1 %2: \"%3\" must be a string")
-                     .arg(number)
-                     .arg(step->text(), QLatin1String(key));
+        *error =
+            placeOf(*step) + QStringLiteral(": \"%1\" must be a string").arg(QLatin1String(key));
         return false;
     }
     step->name = name.toString();

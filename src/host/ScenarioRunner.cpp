@@ -112,11 +112,6 @@ void giveFocus(QWidget* widget)
     widget->setFocus(Qt::OtherFocusReason);
 }
 
-QString boolText(bool value)
-{
-    return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
 int rowsOf(const QWidget* widget)
 {
     if (const auto* view = qobject_cast<const QAbstractItemView*>(widget))
@@ -484,11 +479,13 @@ bool ScenarioRunner::widgetHolds(QWidget* widget, const QJsonObject& expected, Q
         holds = holds && WidgetFinder::textMatches(text, stringOf(expected, "text"));
     }
     if (expected.contains(QLatin1String("enabled"))) {
-        state.append(QStringLiteral("enabled %1").arg(boolText(widget->isEnabled())));
+        state.append(QStringLiteral("enabled %1")
+                         .arg(RecordMatcher::scalarText(QJsonValue(widget->isEnabled()))));
         holds = holds && widget->isEnabled() == expected.value(QLatin1String("enabled")).toBool();
     }
     if (expected.contains(QLatin1String("visible"))) {
-        state.append(QStringLiteral("visible %1").arg(boolText(widget->isVisible())));
+        state.append(QStringLiteral("visible %1")
+                         .arg(RecordMatcher::scalarText(QJsonValue(widget->isVisible()))));
         holds = holds && widget->isVisible() == expected.value(QLatin1String("visible")).toBool();
     }
     if (expected.contains(QLatin1String("rows"))) {
