@@ -14,7 +14,6 @@ public:
     // Replaces the map. Entries whose value is not an array of strings are
     // skipped and named in `problems`.
     void setMap(const QJsonObject& map, QStringList* problems = nullptr);
-    bool isEmpty() const { return m_sets.isEmpty(); }
 
     // The plug-in set of `deviceName`: the exact key, else the longest key
     // that prefixes the name, else the empty key, else nothing.

@@ -9,7 +9,6 @@ namespace sim {
 namespace {
 constexpr int kBadParameter = 1;
 constexpr int kRefused = -1;
-} // namespace
 
 bool isValidPin(const std::string& pin)
 {
@@ -20,6 +19,8 @@ bool isValidPuk(const std::string& puk)
 {
     return puk.size() == 8;
 }
+
+} // namespace
 
 CardModel::CardModel(const CardConfig& config) : m_config(config)
 {

@@ -76,7 +76,4 @@ private:
     int m_pinStatus = UTPS_PIN_STATUS_DISABLED;
 };
 
-bool isValidPin(const std::string& pin);
-bool isValidPuk(const std::string& puk);
-
 } // namespace sim

@@ -271,8 +271,7 @@ public:
         if (!rf.supported || (on && rf.hw == 0))
             return kFailed;
         rf.sw = on ? 1 : 0;
-        d.enqueueWords(UTPS_EVENT_DEV_RF_SWITCH,
-                       {static_cast<uint32_t>(rf.sw), static_cast<uint32_t>(rf.hw)});
+        d.enqueueRfSwitch(rf);
         return 0;
     }
 
@@ -395,8 +394,7 @@ private:
         if (retriesLeft)
             *retriesLeft = static_cast<unsigned char>(outcome.retries);
         if (outcome.simReady)
-            d.enqueueWords(UTPS_EVENT_DEV_SIM_STATE_CHANGE,
-                           {static_cast<uint32_t>(card->config().sim.status)});
+            d.enqueueSimState(*card);
         return outcome.result;
     }
 

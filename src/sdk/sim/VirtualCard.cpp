@@ -178,10 +178,10 @@ void VirtualCard::setRadio(int hw, int sw)
     CardModel* card = d->currentCard();
     if (!card)
         return;
-    card->config().rf.hw = hw;
-    card->config().rf.sw = sw;
-    d->enqueueWords(UTPS_EVENT_DEV_RF_SWITCH,
-                    {static_cast<uint32_t>(sw), static_cast<uint32_t>(hw)});
+    RfConfig& rf = card->config().rf;
+    rf.hw = hw;
+    rf.sw = sw;
+    d->enqueueRfSwitch(rf);
 }
 
 void VirtualCard::setSimState(int word)
@@ -191,7 +191,7 @@ void VirtualCard::setSimState(int word)
     if (!card)
         return;
     card->config().sim.status = word;
-    d->enqueueWords(UTPS_EVENT_DEV_SIM_STATE_CHANGE, {static_cast<uint32_t>(word)});
+    d->enqueueSimState(*card);
 }
 
 void VirtualCard::touchFingerprint(uint32_t state)

@@ -90,6 +90,18 @@ void VirtualCard::Private::enqueueDeviceList(int code)
     enqueue(std::move(event));
 }
 
+void VirtualCard::Private::enqueueSimState(const CardModel& card)
+{
+    enqueueWords(UTPS_EVENT_DEV_SIM_STATE_CHANGE,
+                 {static_cast<uint32_t>(card.config().sim.status)});
+}
+
+void VirtualCard::Private::enqueueRfSwitch(const RfConfig& rf)
+{
+    enqueueWords(UTPS_EVENT_DEV_RF_SWITCH,
+                 {static_cast<uint32_t>(rf.sw), static_cast<uint32_t>(rf.hw)});
+}
+
 void VirtualCard::Private::startPluggedCard(int index)
 {
     cards[static_cast<std::size_t>(index)].deferred = false;
@@ -134,8 +146,7 @@ void VirtualCard::Private::finishInit(int index)
     enqueueCode(UTPS_EVENT_DEV_DEVICE_INIT_FINISH);
     // A SIM waiting for its PIN or PUK reports its state once the code is given.
     if (!usable || !card.waitsForCode())
-        enqueueWords(UTPS_EVENT_DEV_SIM_STATE_CHANGE,
-                     {static_cast<uint32_t>(card.config().sim.status)});
+        enqueueSimState(card);
 }
 
 void VirtualCard::Private::clearState()

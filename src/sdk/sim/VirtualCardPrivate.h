@@ -79,12 +79,15 @@ struct VirtualCard::Private
     void enqueueCode(int code);
     void enqueueWords(int code, std::vector<uint32_t> words);
     void enqueueDeviceList(int code);
+    // The SIM state change with the card's state word; the radio switch with {sw, hw}.
+    void enqueueSimState(const CardModel& card);
+    void enqueueRfSwitch(const RfConfig& rf);
 
     // A plugged card starts: it becomes current and runs its plug sequence when
     // none is current, otherwise it is only reported as detected.
     void startPluggedCard(int index);
     void startDeferredCards();
-    // The init events from 6000 on; they stop at 6018 while the finger is awaited.
+    // The init events from 6000 on; a fingerprint card raises 6018 among them.
     void runInit(int index);
     void finishInit(int index);
     void clearState();
