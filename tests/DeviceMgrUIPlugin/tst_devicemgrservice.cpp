@@ -1,5 +1,6 @@
 // The service's lifecycle and its intake of SDK events: registration, the hop
 // from the SDK's thread to the GUI thread, payloads, shut-down and teardown.
+#include "CardCalls.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
 #include "TraceCapture.h"
@@ -85,10 +86,8 @@ private slots:
         CDeviceMgrService* service = CDeviceMgrService::instance();
         QCOMPARE(service->Init(), result);
 
-        QStringList calls;
-        for (const sim::CallRecord& call : host.card().callLog())
-            calls << QString::fromStdString(call.function);
-        QCOMPARE(calls.filter(QRegularExpression("^UTPS_DevSrv_Register")), registrations);
+        QCOMPARE(calledFunctions().filter(QRegularExpression("^UTPS_DevSrv_Register")),
+                 registrations);
         const QStringList failures = trace.warnings().filter(" failed");
         QCOMPARE(failures.size(), failing.isEmpty() ? 0 : 1);
         QVERIFY(failures.join(' ').contains(failing));

@@ -1,5 +1,6 @@
 // The device access core: device list, selection (dropping the data
 // connection before a switch), device and SIM status.
+#include "CardCalls.h"
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
 #include "HostSiblings.h"
@@ -32,14 +33,6 @@ sim::CardConfig namedCard(const char* name, int port)
     config.name = name;
     config.port = port;
     return config;
-}
-
-int callCount(const char* function)
-{
-    int count = 0;
-    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog())
-        count += call.function == function ? 1 : 0;
-    return count;
 }
 
 } // namespace

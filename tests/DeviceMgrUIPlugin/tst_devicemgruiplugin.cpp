@@ -1,5 +1,6 @@
 // The built module as the host sees it, loaded through the real container; and
 // linkhost playing the lifecycle scenario.
+#include "CardCalls.h"
 #include "DeviceMgrService.h"
 #include "DeviceMgrUIPlugin.h"
 #include "HostFixture.h"
@@ -56,12 +57,9 @@ private:
     QPointer<QObject> m_object;
 };
 
-QStringList unregistrations(const sim::VirtualCard& card)
+QStringList unregistrations()
 {
-    QStringList calls;
-    for (const sim::CallRecord& record : card.callLog())
-        calls << QString::fromStdString(record.function);
-    return calls.filter(QRegularExpression("^UTPS_DevSrv_UnRegister"));
+    return calledFunctions().filter(QRegularExpression("^UTPS_DevSrv_UnRegister"));
 }
 
 // True when each text is found in `lines`, each on a later line than the one before.
@@ -175,11 +173,11 @@ private slots:
         QCOMPARE(second, first);
         QPointer<QObject> service = first;
         QVERIFY(!plugin->IsAllowRelease());
-        QVERIFY(unregistrations(host.card()).isEmpty());
+        QVERIFY(unregistrations().isEmpty());
 
         plugin->UnSDKRegisterEvent();
         plugin->OnDestroy();
-        QCOMPARE(unregistrations(host.card()),
+        QCOMPARE(unregistrations(),
                  (QStringList{"UTPS_DevSrv_UnRegisterDevInitEventCallback",
                               "UTPS_DevSrv_UnRegisterDevMgrCallback",
                               "UTPS_DevSrv_UnRegisterMultiDeviceEventCallback"}));

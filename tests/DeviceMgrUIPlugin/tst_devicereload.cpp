@@ -1,5 +1,6 @@
 // Confirming a card in the chooser (who is asked, what is switched) and the
 // exchange of per-device plug-ins (broadcast, unregistering, reloading).
+#include "CardCalls.h"
 #include "DeviceMgrChooseDevice.h"
 #include "HostFixture.h"
 #include "PluginContainer.h"
@@ -21,14 +22,6 @@ QJsonObject reloadMap(bool sets)
 {
     const char* text = R"({"Card A": ["P1", "P2"], "Card B": ["P3"]})";
     return QJsonDocument::fromJson(sets ? text : "{}").object();
-}
-
-int countCalls(const char* function)
-{
-    int count = 0;
-    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog())
-        count += call.function == function ? 1 : 0;
-    return count;
 }
 
 } // namespace
@@ -153,7 +146,7 @@ private slots:
 
         // The question's texts and buttons are checked end to end in a scenario.
         QCOMPARE(m_host->messages().size(), asked ? 1 : 0);
-        QCOMPARE(countCalls("UTPS_DevSrv_ManualChangeDevice"), switched ? 1 : 0);
+        QCOMPARE(callCount("UTPS_DevSrv_ManualChangeDevice"), switched ? 1 : 0);
         QCOMPARE(m_host->card().currentCard(), switched ? 1 : 0);
         QCOMPARE(reloadSequence().join("; "), reload);
         QVERIFY(!m_chooser->dialog());

@@ -1,6 +1,7 @@
 // Device state handling: which SDK events and host notifications change the
 // service's flags, what it tells the other plug-ins, and that nothing reaches
 // the screen before the host's main frame is shown.
+#include "CardCalls.h"
 #include "DeviceMgrChooseDevice.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
@@ -346,10 +347,7 @@ private slots:
         const MessageRequest request = m_host->messages().first();
         QCOMPARE(request.icon, QMessageBox::Information);
         QCOMPARE(request.parent, m_host->mainWindow());
-        int typeQueries = 0;
-        for (const sim::CallRecord& call : m_host->card().callLog())
-            typeQueries += call.function == "UTPS_DevSrv_GetProductType";
-        QCOMPARE(typeQueries, word.isEmpty() ? 0 : 1);
+        QCOMPARE(callCount("UTPS_DevSrv_GetProductType"), word.isEmpty() ? 0 : 1);
         QString expected = CDeviceMgrService::tr(QStringLiteral("IDS_SIM_INVALID"));
         QCOMPARE(expected.count("%s"), word.isEmpty() ? 0 : 2);
         QCOMPARE(request.text, expected.replace("%s", word));

@@ -1,6 +1,7 @@
 // The WWAN readiness thread: one signal once the WWAN service has the card (or
 // does not run), none after a stop or quit, the thread count kept on every
 // path. The 1 s poll is real: only the cases needing a second pass wait.
+#include "CardCalls.h"
 #include "DeviceMgrService.h"
 #include "DeviceMgrWin7Thread.h"
 #include "HostFixture.h"
@@ -16,14 +17,6 @@
 #include <memory>
 
 namespace {
-
-int callsOf(const std::string& function)
-{
-    int count = 0;
-    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog())
-        count += call.function == function ? 1 : 0;
-    return count;
-}
 
 constexpr int NoStop = 0, ByStop = 1, ByQuit = 2;
 
@@ -101,7 +94,7 @@ void tst_Win7Thread::runEnds()
     clock.start();
     m_thread->start();
     if (stop != NoStop) {
-        QTRY_VERIFY(callsOf("UTPS_DevSrv_IsWWanServiceActive") >= 1);
+        QTRY_VERIFY(callCount("UTPS_DevSrv_IsWWanServiceActive") >= 1);
         QCOMPARE(CommonUtils::ThreadCount(), m_threadsBefore + 1);
         if (stop == ByQuit)
             QVERIFY(QMetaObject::invokeMethod(qApp, "aboutToQuit", Qt::DirectConnection));
@@ -117,8 +110,8 @@ void tst_Win7Thread::runEnds()
     if (stop == NoStop) {
         QVERIFY2(clock.elapsed() < 900, "no pass should have slept");
         QCOMPARE(QString("%1/%2")
-                     .arg(callsOf("UTPS_DevSrv_IsWWanReady"))
-                     .arg(callsOf("UTPS_DevSrv_IsWWanServiceActive")),
+                     .arg(callCount("UTPS_DevSrv_IsWWanReady"))
+                     .arg(callCount("UTPS_DevSrv_IsWWanServiceActive")),
                  polls);
     }
 }
@@ -142,8 +135,8 @@ void tst_Win7Thread::serviceChecksAtOnceOnceReady()
     service->checkPINWithWin7();
 
     // At once, on this thread, without another run.
-    QCOMPARE(callsOf("UTPS_DevSrv_GetPinStatus"), 1);
-    QCOMPARE(callsOf("UTPS_DevSrv_IsWWanReady"), 0);
+    QCOMPARE(callCount("UTPS_DevSrv_GetPinStatus"), 1);
+    QCOMPARE(callCount("UTPS_DevSrv_IsWWanReady"), 0);
     QVERIFY(!thread->isRunning());
     QCOMPARE(service->pinState(), DEVMGR_PIN_VERIFY);
     QCOMPARE(service->win7Thread(), thread);
