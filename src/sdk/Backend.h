@@ -55,6 +55,8 @@ public:
 
 // The backend registered under `name`, or null when there is none.
 std::unique_ptr<Backend> createBackend(const std::string& name);
+// Chooses the backend from UTPS_BACKEND unless a call already did.
+void ensureBackend();
 // A backend whose every call fails: what an unknown UTPS_BACKEND gets.
 std::unique_ptr<Backend> createNullBackend();
 

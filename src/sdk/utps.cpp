@@ -3,9 +3,10 @@
 // chosen once, at the first call, from UTPS_BACKEND.
 #include "Backend.h"
 #include "CallControl.h"
+#include "SdkHost.h"
 
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -18,7 +19,7 @@ std::unique_ptr<Backend> selectBackend()
     const std::string name = (env && *env) ? env : "sim";
     if (auto backend = utps::createBackend(name))
         return backend;
-    std::fprintf(stderr, "utps: unknown backend \"%s\": every call fails\n", name.c_str());
+    utps::reportStatus({name, false, "unknown backend \"" + name + "\": every call fails"});
     return utps::createNullBackend();
 }
 
@@ -27,6 +28,19 @@ Backend& activeBackend()
     // Never destroyed, like the call control: see CallControl::instance().
     static Backend* const backend = selectBackend().release();
     return *backend;
+}
+
+// A PIN or PUK: the call log shows its length, never its digits.
+struct Secret
+{
+    const char* text;
+};
+
+std::string argText(Secret secret)
+{
+    if (!secret.text)
+        return "null";
+    return "\"****\"(" + std::to_string(std::strlen(secret.text)) + ")";
 }
 
 std::string argText(int value)
@@ -68,6 +82,11 @@ template <typename Call> int dispatch(const char* function, std::string args, Ca
 }
 
 } // namespace
+
+void utps::ensureBackend()
+{
+    activeBackend();
+}
 
 extern "C" {
 
@@ -160,32 +179,32 @@ int UTPS_DevSrv_GetPinStatus(unsigned char btType, int* status, unsigned char* f
 
 int UTPS_DevSrv_VerifyPin(unsigned char btType, const char* pin, unsigned char* retriesLeft)
 {
-    return dispatch(__func__, argList(btType, pin),
+    return dispatch(__func__, argList(btType, Secret{pin}),
                     [&](Backend& b) { return b.verifyPin(btType, pin, retriesLeft); });
 }
 
 int UTPS_DevSrv_EnablePin(unsigned char btType, const char* pin)
 {
-    return dispatch(__func__, argList(btType, pin),
+    return dispatch(__func__, argList(btType, Secret{pin}),
                     [&](Backend& b) { return b.enablePin(btType, pin); });
 }
 
 int UTPS_DevSrv_DisablePin(unsigned char btType, const char* pin)
 {
-    return dispatch(__func__, argList(btType, pin),
+    return dispatch(__func__, argList(btType, Secret{pin}),
                     [&](Backend& b) { return b.disablePin(btType, pin); });
 }
 
 int UTPS_DevSrv_ChangePin(unsigned char btType, const char* oldPin, const char* newPin)
 {
-    return dispatch(__func__, argList(btType, oldPin, newPin),
+    return dispatch(__func__, argList(btType, Secret{oldPin}, Secret{newPin}),
                     [&](Backend& b) { return b.changePin(btType, oldPin, newPin); });
 }
 
 int UTPS_DevSrv_UnblockPin(unsigned char btType, const char* puk, const char* newPin,
                            unsigned char* retriesLeft)
 {
-    return dispatch(__func__, argList(btType, puk, newPin),
+    return dispatch(__func__, argList(btType, Secret{puk}, Secret{newPin}),
                     [&](Backend& b) { return b.unblockPin(btType, puk, newPin, retriesLeft); });
 }
 

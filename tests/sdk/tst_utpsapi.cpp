@@ -1,5 +1,7 @@
 // The device SDK through its C API on the virtual card: SIM rules, events and
 // their routing, overridden answers, and the dispatch layer around them.
+#include "EventRecorder.h"
+
 #include <sim/VirtualCard.h>
 #include <utps.h>
 
@@ -16,67 +18,6 @@
 #include <thread>
 
 namespace {
-
-// What the SDK hands to its three callbacks, in order. Payloads are valid
-// during the callback only, so they are copied there.
-struct Delivery
-{
-    QString route; // "init", "devmgr" or "multi"
-    int code = 0;
-    std::thread::id thread;
-    bool nullPayload = true;
-    QList<uint> words;   // the SIM state word of 6619
-    QStringList devices; // "name:port:protocol", for device-list codes
-};
-
-class EventRecorder
-{
-public:
-    static void registerInit() { UTPS_DevSrv_RegisterDevInitEventCallback(&on<0>); }
-    static void registerDevMgr() { UTPS_DevSrv_RegisterDevMgrCallback(&on<1>); }
-    static void registerMulti() { UTPS_DevSrv_RegisterMultiDeviceEventCallback(&on<2>); }
-    static void clear()
-    {
-        std::lock_guard<std::mutex> lock(s_mutex);
-        s_events.clear();
-    }
-    static QList<Delivery> events()
-    {
-        std::lock_guard<std::mutex> lock(s_mutex);
-        return s_events;
-    }
-    static QList<int> codes()
-    {
-        QList<int> codes;
-        for (const Delivery& event : events())
-            codes.append(event.code);
-        return codes;
-    }
-
-private:
-    template <int route> static int on(int code, void* payload)
-    {
-        const char* routes[] = {"init", "devmgr", "multi"};
-        Delivery event{routes[route], code, std::this_thread::get_id(), !payload, {}, {}};
-        const auto* list = static_cast<const _UTPS_ST_MULTI_DEVICE_INFO*>(payload);
-        if (payload && (code == UTPS_EVENT_DEV_LIST_UPDATE || code == UTPS_EVENT_DEV_REJECT ||
-                        code == UTPS_EVENT_DEV_DETECTED)) {
-            for (int i = 0; i < list->nDevNum && i < MAX_DEVICE_COUNT; ++i) {
-                const _UTPS_ST_DEVICE_INFO& d = list->stDevInfo[i];
-                event.devices << QString::asprintf("%s:%d:%d", d.szDeviceName, d.nPort,
-                                                   d.nProtocol);
-            }
-        }
-        if (payload && code == UTPS_EVENT_DEV_SIM_STATE_CHANGE)
-            event.words.append(*static_cast<const uint32_t*>(payload));
-        std::lock_guard<std::mutex> lock(s_mutex);
-        s_events.append(event);
-        return 1;
-    }
-
-    inline static std::mutex s_mutex;
-    inline static QList<Delivery> s_events;
-};
 
 sim::VirtualCard& card()
 {
@@ -470,9 +411,11 @@ void TestUtpsApi::callLog_data()
     static unsigned char byte;
     static int value;
     // clang-format off
-    QTest::newRow("verify") << ApiCall([] { return UTPS_DevSrv_VerifyPin(0, "1234", &byte); }) << R"(UTPS_DevSrv_VerifyPin(0, "1234") = 0)";
+    QTest::newRow("PIN masked") << ApiCall([] { return UTPS_DevSrv_VerifyPin(0, "1234", &byte); }) << R"(UTPS_DevSrv_VerifyPin(0, "****"(4)) = 0)";
+    QTest::newRow("PUK and new PIN masked") << ApiCall([] { return UTPS_DevSrv_UnblockPin(0, "12345678", "87654", &byte); }) << R"(UTPS_DevSrv_UnblockPin(0, "****"(8), "****"(5)) = 0)";
+    QTest::newRow("null PIN") << ApiCall([] { return UTPS_DevSrv_ChangePin(0, nullptr, "4321"); }) << R"(UTPS_DevSrv_ChangePin(0, null, "****"(4)) = 1)";
     QTest::newRow("null string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice(nullptr, "", -3); }) << R"(UTPS_DevSrv_ManualChangeDevice(null, "", -3) = 1)";
-    QTest::newRow("quote in string") << ApiCall([] { return UTPS_DevSrv_EnablePin(7, "12\"4"); }) << R"(UTPS_DevSrv_EnablePin(7, "12\"4") = 1)";
+    QTest::newRow("quote in string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice("Card \"A\"", "", 1); }) << R"(UTPS_DevSrv_ManualChangeDevice("Card \"A\"", "", 1) = 1)";
     QTest::newRow("callback") << ApiCall([] { return UTPS_DevSrv_RegisterMultiDeviceEventCallback([](int, void*) { return 1; }); }) << "UTPS_DevSrv_RegisterMultiDeviceEventCallback() = 0";
     QTest::newRow("out-parameter") << ApiCall([] { return UTPS_DevSrv_GetSimStatus(&value); }) << "UTPS_DevSrv_GetSimStatus() = 0";
     // clang-format on

@@ -4,6 +4,9 @@
 
 #include "VirtualCardPrivate.h"
 
+#include "SdkHost.h"
+#include "SdkText.h"
+
 #include <cstring>
 #include <string>
 
@@ -13,75 +16,16 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kNotActive = -1;
-
-int utf8Length(unsigned char lead)
-{
-    if (lead < 0x80)
-        return 1;
-    if ((lead >> 5) == 0x6)
-        return 2;
-    if ((lead >> 4) == 0xE)
-        return 3;
-    if ((lead >> 3) == 0x1E)
-        return 4;
-    return 0;
-}
-
-// The code point at `i`, which moves past it; a malformed sequence yields
-// U+FFFD and moves by one byte only, so the rest of the text survives.
-char32_t decodeUtf8(const std::string& text, std::size_t& i)
-{
-    const auto lead = static_cast<unsigned char>(text[i]);
-    const int length = utf8Length(lead);
-    if (length == 0 || i + static_cast<std::size_t>(length) > text.size()) {
-        ++i;
-        return U'\xFFFD';
-    }
-    char32_t code = length == 1 ? lead : (lead & (0x7F >> length));
-    for (int k = 1; k < length; ++k) {
-        const auto next = static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]);
-        if ((next & 0xC0) != 0x80) {
-            ++i;
-            return U'\xFFFD';
-        }
-        code = (code << 6) | (next & 0x3F);
-    }
-    i += static_cast<std::size_t>(length);
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return (surrogate || code > 0x10FFFF) ? U'\xFFFD' : code;
-}
-
-// The host configuration holds UTF-8; the SDK hands out UTF-16.
-std::u16string toUtf16(const std::string& text)
-{
-    std::u16string out;
-    for (std::size_t i = 0; i < text.size();) {
-        char32_t code = decodeUtf8(text, i);
-        if (code < 0x10000) {
-            out.push_back(static_cast<char16_t>(code));
-            continue;
-        }
-        code -= 0x10000;
-        out.push_back(static_cast<char16_t>(0xD800 + (code >> 10)));
-        out.push_back(static_cast<char16_t>(0xDC00 + (code & 0x3FF)));
-    }
-    return out;
-}
-
-void copyTruncated(char* buffer, std::size_t size, const std::string& text)
-{
-    const std::size_t length = std::min(text.size(), size - 1);
-    std::memcpy(buffer, text.data(), length);
-    buffer[length] = '\0';
-}
-
 } // namespace
 
 // Declared a friend by VirtualCard, to reach its state.
 class SimBackend final : public utps::Backend
 {
 public:
-    SimBackend() : d(*VirtualCard::instance().d) {}
+    SimBackend() : d(*VirtualCard::instance().d)
+    {
+        utps::reportStatus({"sim", true, "the virtual card"});
+    }
 
     int registerDevInitEventCallback(UTPS_EVENT_CALLBACK callback) override
     {
@@ -152,7 +96,7 @@ public:
         const CardModel* card = d.currentCard();
         if (!card || !name)
             return kFailed;
-        copyTruncated(name, UTPS_SHORT_NAME_LEN, card->config().name);
+        utps::copyTruncated(name, UTPS_SHORT_NAME_LEN, card->config().name);
         return 0;
     }
 
@@ -196,7 +140,7 @@ public:
         const CardModel* card = d.currentCard();
         if (!card || !imsi || !card->simUsable())
             return kFailed;
-        copyTruncated(imsi, UTPS_IMSI_LEN, card->config().sim.imsi);
+        utps::copyTruncated(imsi, UTPS_IMSI_LEN, card->config().sim.imsi);
         return 0;
     }
 
@@ -326,12 +270,8 @@ public:
             Lock lock(d.mutex);
             dir = d.host.userDataDir;
         }
-        const std::u16string text = toUtf16(dir);
-        auto* buffer = new UTPS_WCHAR[text.size() + 1]; // released by the caller with delete[]
-        std::copy(text.begin(), text.end(), buffer);
-        buffer[text.size()] = 0;
-        *directory = buffer;
-        return text.empty() ? kFailed : 0;
+        *directory = utps::newUtf16Array(dir);
+        return dir.empty() ? kFailed : 0;
     }
 
 private:

@@ -2,20 +2,14 @@
 // it, and the event sequences of plugging, starting and initialising a card.
 #include "VirtualCardPrivate.h"
 
+#include "EventRoute.h"
+
 #include <algorithm>
 #include <cstring>
 
 namespace sim {
 
 namespace {
-
-// The list update sits among the init codes but is a device-manager event:
-// it carries the device list, which only that callback takes in.
-bool isInitEvent(int code)
-{
-    return code >= UTPS_EVENT_DEV_INIT_BEGIN && code <= UTPS_EVENT_DEV_FPLOCK &&
-           code != UTPS_EVENT_DEV_LIST_UPDATE;
-}
 
 void fillRecord(_UTPS_ST_DEVICE_INFO& record, const CardConfig& config)
 {
@@ -185,8 +179,8 @@ void VirtualCard::Private::workerLoop()
         queue.pop_front();
 
         UTPS_EVENT_CALLBACK callback =
-            isInitEvent(event.code) ? initCallback
-                                    : (devMgrCallback ? devMgrCallback : multiDeviceCallback);
+            utps::isInitEvent(event.code) ? initCallback
+                                          : (devMgrCallback ? devMgrCallback : multiDeviceCallback);
         if (!callback) {
             idle.notify_all(); // nobody takes it: dropped
             continue;
