@@ -4,6 +4,9 @@
 #include "Backend.h"
 
 #include "sim/SimBackend.h"
+#ifdef UTPS_HAVE_MODEMMANAGER
+#include "modemmanager/ModemManagerBackend.h"
+#endif
 
 namespace utps {
 
@@ -72,6 +75,10 @@ std::unique_ptr<Backend> createBackend(const std::string& name)
 {
     if (name == "sim")
         return sim::createSimBackend();
+#ifdef UTPS_HAVE_MODEMMANAGER
+    if (name == "modemmanager")
+        return mm::createModemManagerBackend();
+#endif
     return nullptr;
 }
 
