@@ -11,13 +11,18 @@
 #include "QuitOnSignal.h"
 #include "RecordMatcher.h"
 #include "ScenarioRunner.h"
+#include "SdkHost.h"
 #include "Startup.h"
 #include "Transcript.h"
 #include "VirtualCardPanel.h"
 #include "WindowWatcher.h"
 #include "sim/VirtualCard.h"
 
+#include <utps.h>
+
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
@@ -64,13 +69,26 @@ QString currentCardName()
     const std::optional<sim::CardState> current = cards.card(cards.currentCard());
     return current ? QString::fromStdString(current->config.name) : QString();
 }
+
+QString currentDeviceName()
+{
+    char name[UTPS_SHORT_NAME_LEN] = {};
+    return UTPS_DevSrv_GetDeviceName(name) == UTPS_ERROR_SUCCESS ? QString::fromLatin1(name)
+                                                                 : QString();
+}
+
+bool modemManagerOnSystemBus()
+{
+    const QString service = QStringLiteral("org.freedesktop.ModemManager1");
+    QDBusConnectionInterface* bus = QDBusConnection::systemBus().interface();
+    return bus && (bus->isServiceRegistered(service).value() ||
+                   bus->activatableServiceNames().value().contains(service));
+}
 } // namespace
 
 HostApp::HostApp(const HostOptions& options, QObject* parent) : QObject(parent), m_options(options)
 {
     m_replay = !options.scenario.isEmpty();
-    const QByteArray backend = qgetenv("UTPS_BACKEND");
-    m_sim = backend.isEmpty() || backend == "sim";
 }
 
 HostApp::~HostApp()
@@ -107,9 +125,10 @@ void HostApp::fail(const QString& message)
 
 bool HostApp::prepare()
 {
-    if (!readScenario() || !prepareUserData() || !prepareLog() || !prepareHostSettings())
+    if (!readScenario() || !chooseBackend() || !prepareUserData() || !prepareLog() ||
+        !prepareHostSettings())
         return false;
-    prepareVirtualCard();
+    prepareSdk();
     installObservers();
     if (m_replay) {
         RunnerHooks hooks;
@@ -148,6 +167,35 @@ bool HostApp::readScenario()
     return false;
 }
 
+QString HostApp::backendFor(const QString& option, const QString& environment, bool virtualCards,
+                            const std::function<bool()>& modemManagerRuns)
+{
+    if (!option.isEmpty())
+        return option;
+    if (!environment.isEmpty())
+        return environment;
+    if (virtualCards)
+        return QStringLiteral("sim");
+    return modemManagerRuns() ? QStringLiteral("modemmanager") : QStringLiteral("sim");
+}
+
+bool HostApp::chooseBackend()
+{
+    const bool virtualCards = !m_scenario.devices.empty();
+    const QString backend = backendFor(m_options.backend, qEnvironmentVariable("UTPS_BACKEND"),
+                                       virtualCards, modemManagerOnSystemBus);
+    if (virtualCards && backend != QLatin1String("sim")) {
+        fail(QStringLiteral("the scenario's devices are virtual cards: they need the sim "
+                            "backend, not %1")
+                 .arg(backend));
+        return false;
+    }
+    // Before the SDK's first call, which chooses its backend once.
+    qputenv("UTPS_BACKEND", backend.toUtf8());
+    m_sim = backend == QLatin1String("sim");
+    return true;
+}
+
 bool HostApp::prepareUserData()
 {
     m_userData = m_options.userData;
@@ -171,6 +219,9 @@ bool HostApp::prepareUserData()
         fail(QStringLiteral("cannot create the user data folder %1").arg(m_userData));
         return false;
     }
+    // What the SDK reports as the user data directory, whatever its backend.
+    if (!m_sim)
+        qputenv("UTPS_USER_DATA_DIR", QFile::encodeName(m_userData + QLatin1Char('/')));
     return true;
 }
 
@@ -183,6 +234,12 @@ bool HostApp::prepareLog()
         return false;
     }
     qDebug("linkhost: user data folder %s", qPrintable(m_userData));
+    utps::setLogSink([](utps::LogLevel level, const std::string& line) {
+        if (level == utps::LogLevel::Warning)
+            qWarning("%s", line.c_str());
+        else
+            qDebug("%s", line.c_str());
+    });
     return true;
 }
 
@@ -209,23 +266,20 @@ bool HostApp::prepareHostSettings()
     return true;
 }
 
-void HostApp::prepareVirtualCard()
+void HostApp::prepareSdk()
 {
-    if (!m_sim) {
-        if (!m_scenario.devices.empty())
-            printError(QStringLiteral("the SDK backend is not the virtual card: the scenario's "
-                                      "devices are ignored"));
-        return;
-    }
     const ScenarioHost& host = m_scenario.host;
     sim::VirtualCard& cards = sim::VirtualCard::instance();
+    // Faults are the C API's: they hold whatever the backend.
+    for (const ScenarioFault& fault : host.faults)
+        cards.setFault(fault.function.toStdString(), fault.result, fault.times);
+    if (!m_sim)
+        return;
     sim::HostConfig config = host.sdk;
     if (!host.sdkUserDataDirSet)
         config.userDataDir = (m_userData + QLatin1Char('/')).toStdString();
     cards.setHost(config);
     cards.setEventGapMs(host.eventGapMs);
-    for (const ScenarioFault& fault : host.faults)
-        cards.setFault(fault.function.toStdString(), fault.result, fault.times);
     // Before the plug-ins start: a plugged card announces itself as soon as
     // the device manager registers for events.
     for (const sim::CardConfig& device : m_scenario.devices)
@@ -249,8 +303,6 @@ void HostApp::installObservers()
             Transcript::instance().record(QStringLiteral("setting"),
                                           QStringLiteral("%1/%2 = %3").arg(group, key, value));
         });
-    if (!m_sim)
-        return;
     sim::VirtualCard::instance().setCallObserver([](const sim::CallRecord& call) {
         Transcript::instance().record(
             QStringLiteral("sdk"),
@@ -264,8 +316,8 @@ void HostApp::removeObservers()
 {
     CommonUtils::SetMessageObserver({});
     CommonUtils::SetSettingsObserver({});
-    if (m_sim)
-        sim::VirtualCard::instance().setCallObserver({});
+    sim::VirtualCard::instance().setCallObserver({});
+    utps::setBackendStatusObserver({});
 }
 
 void HostApp::createHost()
@@ -298,10 +350,32 @@ void HostApp::createHost()
     m_siblings->setMainWindow(m_mainWindow.get());
     connect(m_mainWindow.get(), &MainWindow::languageRequested, this,
             [this](const QString& lang) { changeLanguage(lang); });
+    showBackendStatus();
     if (m_sim) {
         m_mainWindow->setDeviceNameSource(currentCardName);
         m_mainWindow->addPanel(new VirtualCardPanel(m_mainWindow.get()));
+    } else {
+        m_mainWindow->setDeviceNameSource(currentDeviceName);
     }
+}
+
+void HostApp::showBackendStatus()
+{
+    const auto show = [](MainWindow* window, const utps::BackendStatus& status) {
+        window->setBackendStatus(QString::fromStdString(status.message), status.ready);
+    };
+    // The backend tells from its own thread.
+    QPointer<MainWindow> window = m_mainWindow.get();
+    utps::setBackendStatusObserver([window, show](const utps::BackendStatus& status) {
+        QMetaObject::invokeMethod(
+            qApp,
+            [window, show, status] {
+                if (window)
+                    show(window, status);
+            },
+            Qt::QueuedConnection);
+    });
+    show(m_mainWindow.get(), utps::backendStatus());
 }
 
 QString HostApp::pluginFolder(const QString& option)

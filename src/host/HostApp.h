@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <memory>
 
 class HostSiblings;
@@ -45,17 +46,23 @@ public:
 
     // The plug-in folder the options and environment select.
     static QString pluginFolder(const QString& option);
+    // The SDK backend: --backend, else UTPS_BACKEND, else the virtual card
+    // for virtual cards, else ModemManager when it runs, else the virtual card.
+    static QString backendFor(const QString& option, const QString& environment, bool virtualCards,
+                              const std::function<bool()>& modemManagerRuns);
 
 private:
     bool prepare();
     bool readScenario();
+    bool chooseBackend();
     bool prepareUserData();
     bool prepareLog();
     bool prepareHostSettings();
-    void prepareVirtualCard();
+    void prepareSdk();
     void installObservers();
     void removeObservers();
     void createHost();
+    void showBackendStatus();
     void loadPlugins();
     void startPlugins();
     void showMainWindow();

@@ -15,6 +15,8 @@ QString* valueSlot(HostOptions* options, const QString& name)
         return &options->plugins;
     if (name == QLatin1String("--user-data"))
         return &options->userData;
+    if (name == QLatin1String("--backend"))
+        return &options->backend;
     return nullptr;
 }
 
@@ -69,6 +71,11 @@ bool HostOptions::parse(const QStringList& arguments, HostOptions* options, QStr
         }
         *slot = value;
     }
+    if (!options->backend.isEmpty() && !backends().contains(options->backend)) {
+        *error = QStringLiteral("unknown backend \"%1\" (known: %2)")
+                     .arg(options->backend, backends().join(QStringLiteral(", ")));
+        return false;
+    }
     if (!options->scenario.isEmpty() && !options->setup.isEmpty()) {
         *error = QStringLiteral("--scenario and --setup exclude each other");
         return false;
@@ -76,12 +83,17 @@ bool HostOptions::parse(const QStringList& arguments, HostOptions* options, QStr
     return true;
 }
 
+QStringList HostOptions::backends()
+{
+    return {QStringLiteral("sim"), QStringLiteral("modemmanager")};
+}
+
 QString HostOptions::usage()
 {
     return QStringLiteral(
         "usage: linkhost [--scenario FILE] [--headless] [--transcript FILE]\n"
         "                [--screenshots DIR] [--trace] [--setup FILE] [--plugins DIR]\n"
-        "                [--user-data DIR]\n"
+        "                [--user-data DIR] [--backend sim|modemmanager]\n"
         "  --scenario FILE     replay FILE; exit 0 when every expectation held,\n"
         "                      1 when one failed, 2 when the file is bad\n"
         "  --setup FILE        take the virtual cards and host settings from FILE and\n"
@@ -93,5 +105,10 @@ QString HostOptions::usage()
         "                      linkhost.log in the user data folder)\n"
         "  --plugins DIR       load the plug-ins of DIR (default: $LINK_PLUGIN_DIR,\n"
         "                      else <program folder>/../lib/linkhost/plugins)\n"
-        "  --user-data DIR     user data and settings folder\n");
+        "  --user-data DIR     user data and settings folder\n"
+        "  --backend NAME      the device SDK's backend: sim (the virtual card) or\n"
+        "                      modemmanager (the modems of ModemManager); default:\n"
+        "                      $UTPS_BACKEND, else sim for a scenario with virtual\n"
+        "                      cards, else modemmanager when ModemManager is on the\n"
+        "                      system bus, else sim\n");
 }

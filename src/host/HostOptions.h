@@ -12,6 +12,7 @@ struct HostOptions
     QString screenshots; // --screenshots DIR
     QString plugins;     // --plugins DIR
     QString userData;    // --user-data DIR
+    QString backend;     // --backend sim|modemmanager: the SDK's backend
     bool headless = false;
     bool trace = false;
     bool help = false;
@@ -20,4 +21,6 @@ struct HostOptions
     // unknown option, a missing value or a contradiction.
     static bool parse(const QStringList& arguments, HostOptions* options, QString* error);
     static QString usage();
+    // The names --backend takes.
+    static QStringList backends();
 };

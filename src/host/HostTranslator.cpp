@@ -44,6 +44,7 @@ const QHash<QString, QString>& german()
         {QStringLiteral("Device state"), QStringLiteral("Gerätestatus")},
         {QStringLiteral("Data connection up"), QStringLiteral("Datenverbindung steht")},
         {QStringLiteral("Notifications:"), QStringLiteral("Benachrichtigungen:")},
+        {QStringLiteral("Devices from: %1"), QStringLiteral("Geräte von: %1")},
         {QStringLiteral("Device: none"), QStringLiteral("Gerät: keines")},
         {QStringLiteral("Device: changing"), QStringLiteral("Gerät: wird gewechselt")},
         {QStringLiteral("Device: present"), QStringLiteral("Gerät: vorhanden")},

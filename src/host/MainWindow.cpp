@@ -89,6 +89,8 @@ void MainWindow::buildCentre()
         state->addWidget(label);
         return label;
     };
+    m_backendLabel = stateLabel(QStringLiteral("LinkHost_BackendLabel"));
+    m_backendLabel->setWordWrap(true);
     m_deviceLabel = stateLabel(QStringLiteral("LinkHost_DeviceLabel"));
     m_simLabel = stateLabel(QStringLiteral("LinkHost_SimLabel"));
     m_radioLabel = stateLabel(QStringLiteral("LinkHost_RadioLabel"));
@@ -200,6 +202,14 @@ IDeviceMgr* MainWindow::deviceManager() const
 void MainWindow::setDeviceNameSource(std::function<QString()> source)
 {
     m_deviceName = std::move(source);
+}
+
+void MainWindow::setBackendStatus(const QString& message, bool ready)
+{
+    m_backendMessage = message;
+    // A backend that cannot reach devices is what the person must see first.
+    m_backendLabel->setStyleSheet(ready ? QString() : QStringLiteral("color: #b00020;"));
+    showState();
 }
 
 void MainWindow::setLanguage(const QString& lang)
@@ -344,6 +354,7 @@ void MainWindow::forgetDevice()
 
 void MainWindow::showState()
 {
+    m_backendLabel->setText(tr("Devices from: %1").arg(m_backendMessage));
     switch (m_device) {
     case Device::None:
         m_deviceLabel->setText(tr("Device: none"));

@@ -34,6 +34,8 @@ public:
     IDeviceMgr* deviceManager() const;
     // Where the device's name comes from once a device is initialised.
     void setDeviceNameSource(std::function<QString()> source);
+    // What the device SDK talks to, and whether it can reach devices now.
+    void setBackendStatus(const QString& message, bool ready);
     // Ticks the entry of `lang` in the Language menu.
     void setLanguage(const QString& lang);
 
@@ -95,7 +97,10 @@ private:
     Tristate m_sim = Tristate::Unknown;
     Tristate m_radio = Tristate::Unknown;
 
+    QString m_backendMessage;
+
     QGroupBox* m_stateBox = nullptr;
+    QLabel* m_backendLabel = nullptr;
     QLabel* m_deviceLabel = nullptr;
     QLabel* m_simLabel = nullptr;
     QLabel* m_radioLabel = nullptr;

@@ -75,8 +75,14 @@ bool Transcript::setOutputFile(const QString& path)
     if (path.isEmpty())
         return true;
     m_output.setFileName(path);
-    if (!m_output.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+    // It tells what the device manager did, to whom, and when: the user's only.
+    const QFile::Permissions owner = QFile::ReadOwner | QFile::WriteOwner;
+    if (!m_output.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text, owner))
         return false;
+    if (!m_output.setPermissions(owner)) {
+        m_output.close();
+        return false;
+    }
     for (const Record& entry : std::as_const(m_records))
         m_output.write(format(entry).toUtf8() + '\n');
     m_output.flush();

@@ -19,7 +19,7 @@ std::unique_ptr<Backend> selectBackend()
     const std::string name = (env && *env) ? env : "sim";
     if (auto backend = utps::createBackend(name))
         return backend;
-    utps::reportStatus({name, false, "unknown backend \"" + name + "\": every call fails"});
+    utps::reportStatus({name, false, "no such backend: every call fails"});
     return utps::createNullBackend();
 }
 

@@ -42,6 +42,8 @@ class TestLinkHost : public QObject
 private slots:
     void initTestCase()
     {
+        // Where a host with the modemmanager backend looks for the daemon: nowhere.
+        qputenv("UTPS_MM_BUS", "unix:path=/nonexistent/linkmarrow-test-bus");
         QVERIFY(m_dir.isValid());
         QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("broken"))));
         QFile broken(m_dir.filePath(QStringLiteral("broken/libBroken.so")));
@@ -133,6 +135,18 @@ private slots:
             {"does not exist; running without plug-ins"}, {"notify broadcast 258 0 0"},
             {"--plugins", m_dir.filePath("none")});
         row("unknown option", R"({"steps": []})", 2, {"unknown option"}, {}, {"--frobnicate"});
+        row("unknown backend", R"({"steps": []})", 2, {"unknown backend \"bogus\""}, {},
+            {"--backend", "bogus"});
+        row("virtual cards need the virtual card",
+            R"({"devices": [{"name": "Card"}], "steps": []})", 2,
+            {"the scenario's devices are virtual cards: they need the sim backend"}, {},
+            {"--backend", "modemmanager"});
+        row("no ModemManager to reach: said in the window, no device, no crash", R"({"steps": [
+                   {"expect": "widget", "widget": "LinkHost_BackendLabel",
+                    "text": "Devices from: cannot reach the bus at unix:path=/nonexistent/"},
+                   {"expect": "widget", "widget": "LinkHost_DeviceLabel", "text": "Device: none"},
+                   {"expect": "widget", "widget": "LinkHost_SimStateWord", "visible": false}]})",
+            0, {}, {"expect ok 3 "}, {"--backend", "modemmanager"});
     }
     void scenarios()
     {
@@ -179,6 +193,10 @@ private slots:
                      ~(QFile::ReadUser | QFile::WriteUser | QFile::ReadOwner | QFile::WriteOwner),
                  QFile::Permissions());
         QVERIFY(QString::fromUtf8(log.readAll()).contains(QStringLiteral("linkhost: shut down")));
+        QFile transcript(m_dir.filePath(QStringLiteral("transcript.txt")));
+        QCOMPARE(transcript.permissions() &
+                     ~(QFile::ReadUser | QFile::WriteUser | QFile::ReadOwner | QFile::WriteOwner),
+                 QFile::Permissions());
     }
 
     void screenshotsOfEveryWindowAndOnRequest()

@@ -545,7 +545,7 @@ void TestUtpsApi::backend_data()
     QTest::addColumn<QStringList>("errors");
 
     // clang-format off
-    QTest::newRow("unknown: every call fails") << "bogus" << QByteArray("1 1 1, 3 logged\n") << QStringList{"utps: unknown backend \"bogus\": every call fails"};
+    QTest::newRow("unknown: every call fails") << "bogus" << QByteArray("1 1 1, 3 logged\n") << QStringList{"utps: bogus: no such backend: every call fails"};
     QTest::newRow("unset: the virtual card") << QString() << QByteArray("0 0 0, 3 logged\n") << QStringList();
     // clang-format on
 }

@@ -78,6 +78,7 @@ class TestModemManager : public QObject
 
 private slots:
     void initTestCase();
+    void cleanupTestCase();
     void init();
     void cleanup();
 
@@ -129,6 +130,13 @@ void TestModemManager::initTestCase()
     QTRY_VERIFY_WITH_TIMEOUT(utps::backendStatus().ready, kModemTimeoutMs);
     QVERIFY(QString::fromStdString(utps::backendStatus().message).startsWith("ModemManager 1."));
     EventRecorder::registerInit();
+}
+
+void TestModemManager::cleanupTestCase()
+{
+    // The backend outlives the test object and its bed.
+    utps::setLogSink({});
+    m_bed.reset();
 }
 
 void TestModemManager::init()
