@@ -362,7 +362,8 @@ void HostApp::createHost()
 void HostApp::showBackendStatus()
 {
     const auto show = [](MainWindow* window, const utps::BackendStatus& status) {
-        window->setBackendStatus(QString::fromStdString(status.message), status.ready);
+        window->setBackendStatus(QString::fromStdString(status.message),
+                                 status.ready || status.pending);
     };
     // The backend tells from its own thread.
     QPointer<MainWindow> window = m_mainWindow.get();

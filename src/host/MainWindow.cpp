@@ -204,11 +204,11 @@ void MainWindow::setDeviceNameSource(std::function<QString()> source)
     m_deviceName = std::move(source);
 }
 
-void MainWindow::setBackendStatus(const QString& message, bool ready)
+void MainWindow::setBackendStatus(const QString& message, bool healthy)
 {
     m_backendMessage = message;
     // A backend that cannot reach devices is what the person must see first.
-    m_backendLabel->setStyleSheet(ready ? QString() : QStringLiteral("color: #b00020;"));
+    m_backendLabel->setStyleSheet(healthy ? QString() : QStringLiteral("color: #b00020;"));
     showState();
 }
 

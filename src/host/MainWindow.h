@@ -34,8 +34,9 @@ public:
     IDeviceMgr* deviceManager() const;
     // Where the device's name comes from once a device is initialised.
     void setDeviceNameSource(std::function<QString()> source);
-    // What the device SDK talks to, and whether it can reach devices now.
-    void setBackendStatus(const QString& message, bool ready);
+    // What the device SDK talks to; `healthy` is false when it cannot reach
+    // devices and will not without help.
+    void setBackendStatus(const QString& message, bool healthy);
     // Ticks the entry of `lang` in the Language menu.
     void setLanguage(const QString& lang);
 

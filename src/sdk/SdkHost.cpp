@@ -58,7 +58,7 @@ void reportStatus(const BackendStatus& status)
         state().status = status;
         observer = state().observer;
     }
-    logLine(status.ready ? LogLevel::Debug : LogLevel::Warning,
+    logLine(status.ready || status.pending ? LogLevel::Debug : LogLevel::Warning,
             "utps: " + status.backend + ": " + status.message);
     if (observer)
         (*observer)(status);

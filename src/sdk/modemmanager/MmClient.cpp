@@ -142,7 +142,7 @@ MmClient::~MmClient()
 
 void MmClient::start()
 {
-    reportStatus({kBackend, false, "connecting to ModemManager on " + busText()});
+    reportStatus({kBackend, false, "connecting to ModemManager on " + busText(), true});
     m_thread = std::thread([this] { run(); });
     m_threadId = m_thread.get_id();
 }

@@ -133,7 +133,8 @@ bool MmTestBed::startDaemon(QString* error)
     m_daemon.setProcessEnvironment(environment);
     dieWithParent(m_daemon);
     m_daemon.setProcessChannelMode(QProcess::MergedChannels);
-    m_daemon.setStandardOutputFile(m_logFolder + QStringLiteral("/mm.log"), QIODevice::Append);
+    m_daemon.setStandardOutputFile(m_logFolder + QStringLiteral("/mm-output.log"),
+                                   QIODevice::Append);
     QString program = QStandardPaths::findExecutable(QStringLiteral("ModemManager"));
     if (program.isEmpty())
         program = QStandardPaths::findExecutable(QStringLiteral("ModemManager"),
@@ -143,7 +144,9 @@ bool MmTestBed::startDaemon(QString* error)
                     QStringLiteral("--test-no-udev"), QStringLiteral("--no-auto-scan"),
                     QStringLiteral("--test-no-suspend-resume"), QStringLiteral("--test-no-qrtr"),
                     QStringLiteral("--debug"), QStringLiteral("--log-level=DEBUG"),
-                    QStringLiteral("--log-timestamps")});
+                    QStringLiteral("--log-timestamps"),
+                    // Written line by line, unlike its standard output.
+                    QStringLiteral("--log-file=") + m_logFolder + QStringLiteral("/mm.log")});
     const auto registered = [this] {
         return m_connection->interface()->isServiceRegistered(kService).value();
     };
