@@ -170,7 +170,8 @@ std::string MmClient::busText() const
         return "the system bus";
     if (m_options.bus == "session")
         return "the session bus";
-    return "the bus at " + m_options.bus;
+    // The address without its guid and other keys: what a person recognises.
+    return "the bus at " + m_options.bus.substr(0, m_options.bus.find(','));
 }
 
 void MmClient::run()
