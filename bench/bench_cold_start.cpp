@@ -5,27 +5,20 @@
 // (the container keeps libraries mapped).
 //
 //     build/bin/bench_cold_start [runs]
+#include "BenchHost.h"
 #include "BenchSupport.h"
 
-#include "HostSiblings.h"
-#include "PluginContainer.h"
-
 #include <CommonUtils.h>
-#include <PluginInterfaces.h>
-#include <Startup.h>
 #include <sim/VirtualCard.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QMainWindow>
 #include <QTemporaryDir>
 
 #include <cstdio>
 
 namespace {
-
-constexpr unsigned int kFrameShown = 258;
 
 // One host start; with `withPlugin` the module is loaded and started too.
 // Returns the milliseconds until the frame-shown notification was handled.
@@ -33,43 +26,18 @@ double startHost(bool withPlugin)
 {
     static int copies = 0;
     static QTemporaryDir folder;
-    const QString module = folder.filePath(QStringLiteral("libDeviceMgrUI-%1.so").arg(++copies));
-    if (withPlugin && !QFile::copy(QStringLiteral(LINK_BENCH_PLUGIN), module)) {
-        std::fprintf(stderr, "bench_cold_start: cannot copy the module\n");
-        std::exit(1);
+    QString module;
+    if (withPlugin) {
+        module = folder.filePath(QStringLiteral("libDeviceMgrUI-%1.so").arg(++copies));
+        if (!QFile::copy(QStringLiteral(LINK_BENCH_PLUGIN), module)) {
+            std::fprintf(stderr, "bench_cold_start: cannot copy the module\n");
+            std::exit(1);
+        }
     }
     QElapsedTimer timer;
     timer.start();
-    PluginContainer container;
-    HostSiblings siblings(&container);
-    Startup::SetPluginContainer(&container);
-    QMainWindow window;
-    siblings.setMainWindow(&window);
-    IUIPlugin* plugin = nullptr;
-    if (withPlugin) {
-        QString error;
-        QObject* object = container.loadPluginLibrary(module, &error);
-        plugin = qobject_cast<IUIPlugin*>(object);
-        if (!plugin) {
-            std::fprintf(stderr, "bench_cold_start: %s\n", qPrintable(error));
-            std::exit(1);
-        }
-        siblings.addNotifyTarget(object);
-        plugin->Init();
-        QRect rect;
-        plugin->ShowWindow(&window, rect);
-    }
-    window.show();
-    QCoreApplication::processEvents();
-    siblings.notifyService()->BroadcastNotify(kFrameShown, 0, 0);
-    QCoreApplication::processEvents();
-    const double ms = static_cast<double>(timer.nsecsElapsed()) / 1e6;
-    if (plugin) {
-        plugin->UnSDKRegisterEvent();
-        plugin->OnDestroy();
-    }
-    Startup::SetPluginContainer(nullptr);
-    return ms;
+    bench::Host host(module);
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
 } // namespace

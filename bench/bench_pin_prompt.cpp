@@ -12,16 +12,12 @@
 //   dialog, which is the plug-in's own share of the path.
 //
 //     build/bin/bench_pin_prompt [runs]
+#include "BenchHost.h"
 #include "BenchSupport.h"
-
-#include "HostSiblings.h"
 #include "MmTestBed.h"
-#include "PluginContainer.h"
 
 #include <CommonUtils.h>
-#include <PluginInterfaces.h>
 #include <SdkHost.h>
-#include <Startup.h>
 #include <sim/VirtualCard.h>
 #include <utps.h>
 
@@ -29,7 +25,6 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QMainWindow>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -42,7 +37,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr unsigned int kFrameShown = 258;
 constexpr int kModemLocked = 2;
 constexpr int kWaitMs = 20000;
 const QString kPinDialog = QStringLiteral("DeviceMgrUI_VerifyPINDlg");
@@ -134,47 +128,6 @@ template <typename Predicate> bool waitFor(Predicate done)
     return true;
 }
 
-// The plug-in module loaded, started and shown as linkhost does it.
-class Host
-{
-public:
-    Host() : m_siblings(&m_container)
-    {
-        CommonUtils::SetSettingsFolder(m_settings.path());
-        Startup::SetPluginContainer(&m_container);
-        m_siblings.setMainWindow(&m_window);
-        QString error;
-        QObject* object = m_container.loadPluginLibrary(QStringLiteral(LINK_BENCH_PLUGIN), &error);
-        m_plugin = qobject_cast<IUIPlugin*>(object);
-        if (!m_plugin) {
-            std::fprintf(stderr, "bench_pin_prompt: %s\n", qPrintable(error));
-            std::exit(1);
-        }
-        m_siblings.addNotifyTarget(object);
-        m_plugin->Init();
-        QRect rect;
-        m_plugin->ShowWindow(&m_window, rect);
-        m_window.show();
-        QCoreApplication::processEvents();
-        m_siblings.notifyService()->BroadcastNotify(kFrameShown, 0, 0);
-        QCoreApplication::processEvents();
-    }
-
-    ~Host()
-    {
-        m_plugin->UnSDKRegisterEvent();
-        m_plugin->OnDestroy();
-        Startup::SetPluginContainer(nullptr);
-    }
-
-private:
-    QTemporaryDir m_settings;
-    PluginContainer m_container;
-    HostSiblings m_siblings;
-    QMainWindow m_window;
-    IUIPlugin* m_plugin = nullptr;
-};
-
 // One prompt: `appear` makes the card appear, `start` tells when the clock
 // started, `vanish` takes the card away again. The latency in ms, or < 0.
 template <typename Appear, typename Start, typename Vanish>
@@ -212,7 +165,7 @@ int virtualCard(int runs)
     config.plugged = false;
     config.sim.pinEnabled = true;
     const int card = cards.addCard(config);
-    Host host;
+    bench::Host host(QStringLiteral(LINK_BENCH_PLUGIN));
     std::atomic<Clock::rep> pluggedAt{0};
     const auto latencies = measured(runs, [&] {
         return prompt(
@@ -250,7 +203,7 @@ int modemManager(int runs, const QString& program)
     }
     const double backend = residentMiB();
     {
-        Host host;
+        bench::Host host(QStringLiteral(LINK_BENCH_PLUGIN));
         int id = 0;
         AtModemConfig config;
         config.pinEnabled = true;
@@ -304,6 +257,8 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     bench::silenceTrace();
+    QTemporaryDir settings;
+    CommonUtils::SetSettingsFolder(settings.path());
     utps::setLogSink([](utps::LogLevel, const std::string&) {});
     DialogWatch dialogs;
     app.installEventFilter(&dialogs);

@@ -229,22 +229,32 @@ void MmClient::connectBus()
     g_clear_error(&error);
 }
 
-void MmClient::scheduleReconnect()
+void MmClient::arm(GSource*& slot, GSource* timer, void (MmClient::*fire)())
 {
-    if (m_reconnect)
-        return;
-    m_reconnect = g_timeout_source_new_seconds(kReconnectSeconds);
+    struct Shot
+    {
+        MmClient* self;
+        GSource** slot;
+        void (MmClient::*fire)();
+    };
+    slot = timer;
     g_source_set_callback(
-        m_reconnect,
+        timer,
         [](gpointer data) {
-            auto* self = static_cast<MmClient*>(data);
-            g_source_unref(self->m_reconnect);
-            self->m_reconnect = nullptr;
-            self->connectBus();
+            const Shot& shot = *static_cast<Shot*>(data);
+            g_source_unref(*shot.slot);
+            *shot.slot = nullptr;
+            (shot.self->*shot.fire)();
             return G_SOURCE_REMOVE;
         },
-        this, nullptr);
-    g_source_attach(m_reconnect, m_context);
+        new Shot{this, &slot, fire}, [](gpointer data) { delete static_cast<Shot*>(data); });
+    g_source_attach(timer, m_context);
+}
+
+void MmClient::scheduleReconnect()
+{
+    if (!m_reconnect)
+        arm(m_reconnect, g_timeout_source_new_seconds(kReconnectSeconds), &MmClient::connectBus);
 }
 
 void MmClient::dropBus()
@@ -362,19 +372,14 @@ void MmClient::scheduleExpiry()
         return;
     const auto wait =
         std::chrono::duration_cast<std::chrono::milliseconds>(*next - ModemRegistry::Clock::now());
-    m_expiry = g_timeout_source_new(guint(std::max<long long>(0, wait.count()) + 1));
-    g_source_set_callback(
-        m_expiry,
-        [](gpointer data) {
-            auto* self = static_cast<MmClient*>(data);
-            g_source_unref(self->m_expiry);
-            self->m_expiry = nullptr;
-            self->post(self->m_registry.expire(ModemRegistry::Clock::now()));
-            self->scheduleExpiry();
-            return G_SOURCE_REMOVE;
-        },
-        this, nullptr);
-    g_source_attach(m_expiry, m_context);
+    arm(m_expiry, g_timeout_source_new(guint(std::max<long long>(0, wait.count()) + 1)),
+        &MmClient::expireHeld);
+}
+
+void MmClient::expireHeld()
+{
+    post(m_registry.expire(ModemRegistry::Clock::now()));
+    scheduleExpiry();
 }
 
 void MmClient::watchRfkill()

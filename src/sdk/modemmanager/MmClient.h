@@ -79,7 +79,10 @@ private:
     void onManagerReady(MMManager* manager, const std::string& error);
     void refresh();
     void reportOwner();
+    // A one-shot timer kept in `slot`, which is empty again when `fire` runs.
+    void arm(GSource*& slot, GSource* timer, void (MmClient::*fire)());
     void scheduleExpiry();
+    void expireHeld();
     void watchRfkill();
     void readRfkill();
     std::string busText() const;

@@ -87,6 +87,7 @@ private slots:
     void plugAndUnplug();
     void wrongPinThenRight();
     void thirdWrongPinKeepsTheCard();
+    void reprobeThatNeverComesBack();
     void pinProtection();
     void radioOffAndOn();
     void radioWithoutPowerControl();
@@ -316,6 +317,23 @@ void TestModemManager::thirdWrongPinKeepsTheCard()
     QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
     QCOMPARE(m_bed->modem("puk")->pinTries(), 3);
+}
+
+void TestModemManager::reprobeThatNeverComesBack()
+{
+    QVERIFY(plug("gone", sim(true), kLockedPlug));
+    EventRecorder::clear();
+    unsigned char left = 0;
+    for (int i = 0; i < 3; ++i)
+        QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
+    // Unplugged while the daemon was to make it again: held for a while as
+    // the same card, then gone.
+    QElapsedTimer held;
+    held.start();
+    unplug("gone");
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, 20000);
+    QVERIFY2(held.elapsed() > 4000, qPrintable(QString::number(held.elapsed())));
+    QCOMPARE(pinStatus().result, 1);
 }
 
 void TestModemManager::pinProtection()

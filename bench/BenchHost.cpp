@@ -1,0 +1,50 @@
+#include "BenchHost.h"
+
+#include <PluginInterfaces.h>
+#include <Startup.h>
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace bench {
+
+namespace {
+constexpr unsigned int kFrameShown = 258;
+} // namespace
+
+Host::Host(const QString& module) : m_siblings(&m_container)
+{
+    Startup::SetPluginContainer(&m_container);
+    m_siblings.setMainWindow(&m_window);
+    if (!module.isEmpty()) {
+        QString error;
+        QObject* object = m_container.loadPluginLibrary(module, &error);
+        m_plugin = qobject_cast<IUIPlugin*>(object);
+        if (!m_plugin) {
+            std::fprintf(stderr, "%s: %s\n", qPrintable(QCoreApplication::applicationName()),
+                         qPrintable(error));
+            std::exit(1);
+        }
+        m_siblings.addNotifyTarget(object);
+        m_plugin->Init();
+        QRect rect;
+        m_plugin->ShowWindow(&m_window, rect);
+    }
+    m_window.show();
+    QCoreApplication::processEvents();
+    m_siblings.notifyService()->BroadcastNotify(kFrameShown, 0, 0);
+    QCoreApplication::processEvents();
+}
+
+Host::~Host()
+{
+    if (m_plugin) {
+        m_plugin->UnSDKRegisterEvent();
+        m_plugin->OnDestroy();
+    }
+    Startup::SetPluginContainer(nullptr);
+}
+
+} // namespace bench
