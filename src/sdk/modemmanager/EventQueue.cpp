@@ -9,7 +9,8 @@ void EventQueue::setCallback(Route route, UTPS_EVENT_CALLBACK callback)
     std::unique_lock<std::mutex> lock(m_mutex);
     m_callbacks[static_cast<int>(route)] = callback;
     // A caller that unregisters before it goes away must not be called after.
-    if (m_deliveringThread != std::this_thread::get_id())
+    // One that registers may well hold a lock its callbacks take: no wait then.
+    if (!callback && m_deliveringThread != std::this_thread::get_id())
         m_idle.wait(lock, [this] { return !m_delivering; });
 }
 

@@ -34,8 +34,9 @@ public:
         MultiDevice
     };
 
-    // Sets or (null) clears a callback. Once it returns, the old callback is
-    // not running any more, unless it is the caller.
+    // Sets or (null) clears a callback. Once a clear returns, the old
+    // callback is not running any more, unless it is the caller; so the
+    // caller must not hold a lock that the callback takes.
     void setCallback(Route route, UTPS_EVENT_CALLBACK callback);
     bool hasDeviceCallback() const;
 

@@ -10,6 +10,10 @@
 
 #include <QTemporaryDir>
 
+#include <atomic>
+#include <mutex>
+#include <thread>
+
 using namespace utps::mm;
 using namespace std::chrono_literals;
 
@@ -60,6 +64,7 @@ private slots:
     void refusals();
     void rfkill_data();
     void rfkill();
+    void registerWhileDelivering();
 };
 
 void TestModemRegistry::reprobeThatNeverComesBack()
@@ -222,6 +227,35 @@ void TestModemRegistry::rfkill()
         }
     }
     QCOMPARE(wwanHardwareRadio(dir.path().toStdString()), hardware);
+}
+
+// The device manager registers its callbacks holding the lock its callbacks
+// take; a delivery in flight must not hold the registration up for ever.
+std::mutex g_gate;
+std::atomic<int> g_delivered{0};
+
+void TestModemRegistry::registerWhileDelivering()
+{
+    EventQueue queue;
+    const auto gated = [](int, void*) {
+        std::lock_guard<std::mutex> lock(g_gate);
+        ++g_delivered;
+        return 1;
+    };
+    queue.setCallback(EventQueue::Route::DeviceManager, gated);
+    queue.push({{UTPS_EVENT_DEV_ACTIVE, {}, nullptr}});
+    std::unique_lock<std::mutex> gate(g_gate);
+    std::thread sdk([&] { queue.drain(); });
+    QTest::qWait(50); // the delivery is under way, waiting for the gate
+    queue.setCallback(EventQueue::Route::Init, gated);
+    gate.unlock();
+    sdk.join();
+    QCOMPARE(g_delivered.load(), 1);
+    // A clear waits for it: afterwards nothing reaches the old callback.
+    queue.push({{UTPS_EVENT_DEV_ACTIVE, {}, nullptr}});
+    queue.setCallback(EventQueue::Route::DeviceManager, nullptr);
+    queue.drain();
+    QCOMPARE(g_delivered.load(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestModemRegistry)
