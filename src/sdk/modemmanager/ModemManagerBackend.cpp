@@ -352,15 +352,14 @@ private:
         const ModemSnapshot& modem = card->modem;
         const CallReply reply = logged(modem.simPath, MM_DBUS_INTERFACE_SIM, method, args, secrets);
         const Refusal refusal = reply.ok ? Refusal::None : classify(reply.errorName);
-        if (refusal == Refusal::NeedsPuk)
-            m_registry.expectReprobe(modem.device, ModemRegistry::Clock::now());
         // What the request left: read from the daemon, and waited for in the
         // registry, which learns it through the daemon's signals.
         const std::optional<LockState> now = m_client.readLock(modem.path);
-        if (now) {
-            m_client.sync();
+        m_client.sync();
+        if (refusal == Refusal::NeedsPuk)
+            m_registry.pukRequired(modem.device, ModemRegistry::Clock::now());
+        else if (now)
             m_registry.waitForLock(now->unlockRequired, now->retries, kSettleTimeout);
-        }
         if (retriesLeft) {
             ModemSnapshot after = modem;
             if (now)

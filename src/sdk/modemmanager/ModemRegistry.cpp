@@ -229,13 +229,19 @@ ModemRegistry::Events ModemRegistry::detect()
     return {deviceListEvent(UTPS_EVENT_DEV_DETECTED)};
 }
 
-void ModemRegistry::expectReprobe(const std::string& device, Clock::time_point now)
+void ModemRegistry::pukRequired(const std::string& device, Clock::time_point now)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (Card& card : m_cards) {
-        if (card.device == device)
-            card.reprobeUntil = now + ReprobeWindow;
+        if (card.device != device || !card.modem)
+            continue;
+        card.reprobeUntil = now + ReprobeWindow;
+        // The daemon may drop the modem before its signals tell.
+        card.modem->unlockRequired = MM_MODEM_LOCK_SIM_PUK;
+        card.modem->unlockRetries[MM_MODEM_LOCK_SIM_PIN] = 0;
+        card.waiting = true;
     }
+    m_changed.notify_all();
 }
 
 void ModemRegistry::setRadioUnswitchable()

@@ -62,8 +62,9 @@ public:
     bool switchTo(const std::string& name, int port, Events* events);
     // UTPS_DevSrv_DetectDevice.
     Events detect();
-    // A request said the SIM now needs its PUK: its modem will be re-created.
-    void expectReprobe(const std::string& device, Clock::time_point now);
+    // A request said the SIM now needs its PUK: so it does, and its modem will
+    // be re-created.
+    void pukRequired(const std::string& device, Clock::time_point now);
     // SetPowerState is not supported by the current card's modem.
     void setRadioUnswitchable();
 

@@ -270,7 +270,7 @@ void TestModemManager::wrongPinThenRight()
     unsigned char left = 0;
     QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
     QCOMPARE(int(left), 2);
-    QCOMPARE(modem->pinTries(), 2);
+    QCOMPARE(modem->state().sim.pinTries, 2);
     const PinAnswer after = pinStatus();
     QCOMPARE(after.status, UTPS_PIN_STATUS_PIN_REQUIRED);
     QCOMPARE(after.retries, 2);
@@ -316,7 +316,7 @@ void TestModemManager::thirdWrongPinKeepsTheCard()
     QCOMPARE(UTPS_DevSrv_UnblockPin(0, "12345678", "4321", &left), 0);
     QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
-    QCOMPARE(m_bed->modem("puk")->pinTries(), 3);
+    QCOMPARE(m_bed->modem("puk")->state().sim.pinTries, 3);
 }
 
 void TestModemManager::reprobeThatNeverComesBack()
@@ -343,7 +343,7 @@ void TestModemManager::pinProtection()
     QCOMPARE(UTPS_DevSrv_EnablePin(0, "0000"), -1);
     QCOMPARE(pinStatus().retries, 2);
     QCOMPARE(UTPS_DevSrv_EnablePin(0, "1234"), 0);
-    QVERIFY(modem->pinEnabled());
+    QVERIFY(modem->state().sim.pinEnabled);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
     QCOMPARE(pinStatus().retries, 3);
 
@@ -352,7 +352,7 @@ void TestModemManager::pinProtection()
     QCOMPARE(UTPS_DevSrv_ChangePin(0, "1234", "4321"), 0);
     QCOMPARE(UTPS_DevSrv_DisablePin(0, "1234"), -1); // the old PIN is no more
     QCOMPARE(UTPS_DevSrv_DisablePin(0, "4321"), 0);
-    QVERIFY(!modem->pinEnabled());
+    QVERIFY(!modem->state().sim.pinEnabled);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_DISABLED);
     const std::vector<std::string> at = modem->commands();
     QVERIFY(std::count(at.begin(), at.end(), "AT+CPWD=\"SC\",\"****\",\"****\"") == 2);
@@ -368,13 +368,13 @@ void TestModemManager::radioOffAndOn()
     QCOMPARE(radio(), std::make_pair(1, 1));
     EventRecorder::clear();
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(0), 0);
-    QCOMPARE(modem->cfun(), 4);
+    QCOMPARE(modem->state().cfun, 4);
     QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6615}, kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().back().words, (QList<uint>{0, 1}));
     QCOMPARE(radio(), std::make_pair(0, 1));
 
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0);
-    QCOMPARE(modem->cfun(), 1);
+    QCOMPARE(modem->state().cfun, 1);
     QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), (QList<int>{6615, 6615}), kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().back().words, (QList<uint>{1, 1}));
     QCOMPARE(radio(), std::make_pair(1, 1));
@@ -392,7 +392,7 @@ void TestModemManager::radioWithoutPowerControl()
     // Not switchable from now on, and left enabled as it was.
     QCOMPARE(radio(), std::make_pair(1, 0));
     QVERIFY(m_bed->waitForState("generic", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
-    QCOMPARE(modem->cfun(), 1);
+    QCOMPARE(modem->state().cfun, 1);
 }
 
 void TestModemManager::offlineAndPacketDetach()
@@ -401,10 +401,10 @@ void TestModemManager::offlineAndPacketDetach()
     QVERIFY(modem);
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0);
     QVERIFY(m_bed->waitForState("offline", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
-    QVERIFY(modem->attached());
+    QVERIFY(modem->state().attached);
     QCOMPARE(UTPS_NetSrv_SetPSState(0), 0);
     QVERIFY(modem->waitForCommand("AT+CGATT=0", 1000) >= 0);
-    QVERIFY(!modem->attached());
+    QVERIFY(!modem->state().attached);
     QCOMPARE(UTPS_NetSrv_SetPSState(7), 1);
 
     const std::size_t before = modem->commands().size();

@@ -10,18 +10,15 @@
 #include <cctype>
 #include <chrono>
 #include <cstring>
+#include <map>
 
 namespace {
 
-constexpr int kMeSimNotInserted = 10;
-constexpr int kMeSimPinRequired = 11;
-constexpr int kMeSimPukRequired = 12;
-constexpr int kMeIncorrectPassword = 16;
-
-std::string cmeError(int code)
-{
-    return "+CME ERROR: " + std::to_string(code);
-}
+constexpr const char* kNotAllowed = "+CME ERROR: 3";
+constexpr const char* kSimNotInserted = "+CME ERROR: 10";
+constexpr const char* kSimPinRequired = "+CME ERROR: 11";
+constexpr const char* kSimPukRequired = "+CME ERROR: 12";
+constexpr const char* kIncorrectPassword = "+CME ERROR: 16";
 
 std::string upper(std::string text)
 {
@@ -30,7 +27,12 @@ std::string upper(std::string text)
     return text;
 }
 
-// "a","b",1 -> {a, b, 1}; quotes removed.
+bool startsWith(const std::string& text, const std::string& prefix)
+{
+    return upper(text).rfind(upper(prefix), 0) == 0;
+}
+
+// `"a","b",1` -> {a, b, 1}.
 std::vector<std::string> splitArgs(const std::string& text)
 {
     std::vector<std::string> args(1);
@@ -46,62 +48,41 @@ std::vector<std::string> splitArgs(const std::string& text)
     return args;
 }
 
-// The ICCID as the SIM stores it: each pair of digits swapped.
-std::string swappedBcd(const std::string& digits)
-{
-    std::string out;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        out += digits[i + 1];
-        out += digits[i];
-    }
-    return out;
-}
-
-std::string hexDigit(int value)
-{
-    const char* digits = "0123456789ABCDEF";
-    return std::string(1, digits[std::clamp(value, 0, 15)]);
-}
-
-// Quoted arguments of the commands that carry a PIN or PUK, masked for the log.
+// The commands that carry a PIN or PUK, with every quoted code starred; the
+// facility name "SC" is no secret.
 std::string masked(const std::string& line)
 {
-    const std::string command = upper(line);
-    const bool secret = command.rfind("AT+CPIN=", 0) == 0 || command.rfind("AT+CLCK=", 0) == 0 ||
-                        command.rfind("AT+CPWD=", 0) == 0;
-    if (!secret)
+    if (!startsWith(line, "AT+CPIN=") && !startsWith(line, "AT+CLCK=") &&
+        !startsWith(line, "AT+CPWD="))
         return line;
     std::string out;
-    bool quoted = false;
-    int field = 0;
+    std::size_t open = std::string::npos;
     for (char c : line) {
-        if (c == '"') {
-            quoted = !quoted;
-            if (quoted)
-                ++field;
-            out += c;
-            continue;
+        if (c == '"' && open == std::string::npos) {
+            open = out.size();
+        } else if (c == '"') {
+            if (out.substr(open + 1) != "SC")
+                std::fill(out.begin() + long(open) + 1, out.end(), '*');
+            open = std::string::npos;
         }
-        // The facility name ("SC") of CLCK and CPWD is no secret.
-        const bool facility = field == 1 && command.rfind("AT+CPIN=", 0) != 0;
-        out += (quoted && !facility) ? '*' : c;
+        out += c;
     }
     return out;
 }
 
 } // namespace
 
-AtModem::AtModem(std::string name, AtModemConfig config)
-    : m_name(std::move(name)), m_sim(std::move(config))
+AtModem::AtModem(std::string name, AtModemConfig config, const std::string& logFile)
+    : m_name(std::move(name)), m_logFile(logFile, std::ios::app)
 {
-    m_pinVerified = !m_sim.pinEnabled;
+    m_state.sim = std::move(config);
+    m_pinVerified = !m_state.sim.pinEnabled;
 }
 
 AtModem::~AtModem()
 {
     if (m_wakePipe[1] >= 0) {
-        const char stop = 'q';
-        [[maybe_unused]] ssize_t written = ::write(m_wakePipe[1], &stop, 1);
+        [[maybe_unused]] const ssize_t written = ::write(m_wakePipe[1], "q", 1);
     }
     if (m_thread.joinable())
         m_thread.join();
@@ -111,303 +92,255 @@ AtModem::~AtModem()
     }
 }
 
-void AtModem::setLogFile(const std::string& path)
-{
-    m_logFile.open(path, std::ios::app);
-}
-
 bool AtModem::start(std::string* error)
 {
     m_listenFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    const std::string abstractName = portName(); // the port name is the socket's name
-    std::memcpy(address.sun_path + 1, abstractName.data(),
-                std::min(abstractName.size(), sizeof address.sun_path - 2));
-    const auto length = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + abstractName.size());
+    const std::string name = portName(); // an abstract socket named as the port
+    std::memcpy(address.sun_path + 1, name.data(),
+                std::min(name.size(), sizeof address.sun_path - 2));
+    const auto length = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size());
     if (m_listenFd < 0 || ::bind(m_listenFd, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
         ::listen(m_listenFd, 4) != 0 || ::pipe2(m_wakePipe, O_CLOEXEC) != 0) {
-        *error = "cannot listen on " + abstractName + ": " + std::strerror(errno);
+        *error = "cannot listen on " + name + ": " + std::strerror(errno);
         return false;
     }
     m_thread = std::thread([this] { serve(); });
     return true;
 }
 
+// One client at a time: the daemon opens the port again after a re-probe.
 void AtModem::serve()
 {
-    for (;;) {
-        pollfd fds[2] = {{m_listenFd, POLLIN, 0}, {m_wakePipe[0], POLLIN, 0}};
-        if (::poll(fds, 2, -1) < 0 && errno != EINTR)
-            return;
-        if (fds[1].revents)
-            return;
-        if (!(fds[0].revents & POLLIN))
-            continue;
-        const int client = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
-        if (client < 0)
-            continue;
-        serveClient(client);
-        ::close(client);
-    }
-}
-
-void AtModem::serveClient(int fd)
-{
+    int client = -1;
     std::string pending;
     for (;;) {
-        pollfd fds[2] = {{fd, POLLIN, 0}, {m_wakePipe[0], POLLIN, 0}};
-        if (::poll(fds, 2, -1) < 0 && errno != EINTR)
-            return;
-        if (fds[1].revents) {
-            // Leave the stop byte for serve() to see.
-            return;
+        pollfd fds[2] = {{m_wakePipe[0], POLLIN, 0},
+                         {client >= 0 ? client : m_listenFd, POLLIN, 0}};
+        if ((::poll(fds, 2, -1) < 0 && errno != EINTR) || fds[0].revents)
+            break;
+        if (!fds[1].revents)
+            continue;
+        if (client < 0) {
+            client = ::accept4(m_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+            pending.clear();
+            continue;
         }
         char buffer[512];
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got <= 0)
-            return;
+        const ssize_t got = ::read(client, buffer, sizeof buffer);
+        if (got <= 0) {
+            ::close(client);
+            client = -1;
+            continue;
+        }
         pending.append(buffer, std::size_t(got));
-        std::size_t end;
-        while ((end = pending.find_first_of("\r\n")) != std::string::npos) {
+        for (std::size_t end; (end = pending.find_first_of("\r\n")) != std::string::npos;) {
             const std::string line = pending.substr(0, end);
             pending.erase(0, end + 1);
-            if (line.empty())
-                continue;
-            const std::string reply = handleLine(line);
-            if (!reply.empty() && ::write(fd, reply.data(), reply.size()) < 0)
-                return;
+            const std::string reply = line.empty() ? std::string() : handleLine(line);
+            if (!reply.empty() && ::write(client, reply.data(), reply.size()) < 0)
+                break;
         }
     }
+    if (client >= 0)
+        ::close(client);
 }
 
 std::string AtModem::handleLine(const std::string& line)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_log.push_back(masked(line));
-    if (m_logFile.is_open())
-        m_logFile << m_log.back() << std::endl;
+    m_logFile << m_log.back() << std::endl;
     m_changed.notify_all();
-    if (!m_silentOn.empty() && upper(line).rfind(upper(m_silentOn), 0) == 0)
+    if (!m_silentOn.empty() && startsWith(line, m_silentOn))
         return {};
-    std::string text = line;
-    if (upper(text.substr(0, 2)) != "AT")
+    if (!startsWith(line, "AT"))
         return "\r\nERROR\r\n";
-    text.erase(0, 2);
     // Commands chained with ';' share one final result.
     std::string out;
     std::string final = "OK";
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t end = text.find(';', start);
-        if (end == std::string::npos)
-            end = text.size();
-        const Reply reply = handleCommand(text.substr(start, end - start));
+    std::size_t start = 2;
+    while (start <= line.size() && final == "OK") {
+        const std::size_t end = std::min(line.find(';', start), line.size());
+        const Reply reply = handleCommand(line.substr(start, end - start));
         for (const std::string& info : reply.lines)
             out += "\r\n" + info + "\r\n";
-        if (reply.final != "OK") {
-            final = reply.final;
-            break;
-        }
+        final = reply.final;
         start = end + 1;
     }
-    out += "\r\n" + final + "\r\n";
-    out += m_unsolicited;
+    out += "\r\n" + final + "\r\n" + m_unsolicited;
     m_unsolicited.clear();
     return out;
 }
 
 AtModem::Reply AtModem::handleCommand(const std::string& command)
 {
+    static const std::map<std::string, std::string> identity = {
+        {"I", ""},
+        {"+CGMM", ""},
+        {"+GMM", ""}, // the model, filled in below
+        {"+CGMI", "linkmarrow"},
+        {"+GMI", "linkmarrow"},
+        {"+CGMR", "LM-EMU 1.0"},
+        {"+GMR", "LM-EMU 1.0"},
+        {"+CGSN", "356938035643809"},
+        {"+GSN", "356938035643809"},
+        {"+GCAP", "+GCAP: +CGSM,+DS"},
+        {"+CSQ", "+CSQ: 20,99"},
+        {"+CSCS=?", "+CSCS: (\"IRA\",\"GSM\")"},
+        {"+CSCS?", "+CSCS: \"IRA\""},
+        {"+CFUN=?", "+CFUN: (0,1,4),(0-1)"},
+        {"+CLCK=?", "+CLCK: (\"SC\")"},
+        {"+CGATT=?", "+CGATT: (0,1)"},
+        {"+CREG=?", "+CREG: (0-2)"},
+        {"+CGREG=?", "+CGREG: (0-2)"}};
     const std::string name = upper(command.substr(0, command.find_first_of("=?")));
     const std::string rest = command.substr(name.size());
-    const auto args = [&] { return splitArgs(rest.substr(rest.empty() ? 0 : 1)); };
+    const std::vector<std::string> args = splitArgs(rest.substr(rest.empty() ? 0 : 1));
     const bool query = rest == "?";
-    const bool test = rest == "=?";
+    AtModemConfig& sim = m_state.sim;
 
-    if (name.empty() || (name[0] != '+' && name[0] != '*' && name[0] != '^' && name != "I"))
+    if (const auto it = identity.find(name + (query || rest == "=?" ? rest : ""));
+        it != identity.end())
+        return {{it->second.empty() ? sim.model : it->second}};
+    if (name.empty() || (name[0] != '+' && name[0] != '*' && name[0] != '^'))
         return {}; // E0, V1, X4, &C1 ...
-    if (name == "I" || name == "+CGMM" || name == "+GMM")
-        return {{m_sim.model}};
-    if (name == "+CGMI" || name == "+GMI")
-        return {{"linkmarrow"}};
-    if (name == "+CGMR" || name == "+GMR")
-        return {{"LM-EMU 1.0"}};
-    if (name == "+CGSN" || name == "+GSN")
-        return {{"356938035643809"}};
-    if (name == "+GCAP")
-        return {{"+GCAP: +CGSM,+DS"}};
-    if (name == "+CMEE" || name == "+COPS" || name == "+CSCS" || name == "+CTZU")
-        return query && name == "+COPS"
-                   ? Reply{{registered() ? "+COPS: 0,2,\"26201\",2" : "+COPS: 0"}}
-               : test && name == "+CSCS"  ? Reply{{"+CSCS: (\"IRA\",\"GSM\")"}}
-               : query && name == "+CSCS" ? Reply{{"+CSCS: \"IRA\""}}
-                                          : Reply{};
-    if (name == "+CFUN") {
-        if (query)
-            return {{"+CFUN: " + std::to_string(m_cfun)}};
-        if (test)
-            return {{"+CFUN: (0,1,4),(0-1)"}};
-        m_cfun = std::atoi(args().at(0).c_str());
+    if (name == "+CMEE" || name == "+CSCS" || name == "+CTZU" || (name == "+COPS" && !query))
+        return {};
+    if (name == "+COPS")
+        return {{simReady() && m_state.cfun == 1 ? "+COPS: 0,2,\"26201\",2" : "+COPS: 0"}};
+    if (name == "+CFUN" && query)
+        return {{"+CFUN: " + std::to_string(m_state.cfun)}};
+    if (name == "+CGATT" && query)
+        return {{std::string("+CGATT: ") + (m_state.attached ? "1" : "0")}};
+    if (name == "+CFUN" || name == "+CGATT") {
+        if (name == "+CFUN")
+            m_state.cfun = std::atoi(args[0].c_str());
+        else
+            m_state.attached = args[0] == "1";
         queueRegistrationNotices();
         return {};
     }
-    if (!m_sim.simPresent && (name == "+CPIN" || name == "+CIMI" || name == "+CLCK" ||
-                              name == "+CPWD" || name == "+CSIM" || name == "+CRSM"))
-        return {{}, cmeError(kMeSimNotInserted)};
-    if (name == "+CPIN") {
-        if (query) {
-            if (m_sim.pinTries == 0)
-                return {{"+CPIN: SIM PUK"}};
-            return {{m_pinVerified ? "+CPIN: READY" : "+CPIN: SIM PIN"}};
-        }
-        return pinCommand(args());
-    }
-    if (name == "+CSIM") {
-        // VERIFY/UNBLOCK without data: the SIM answers 63Cx, x = tries left.
-        const std::string apdu = args().size() > 1 ? args()[1] : "";
-        const bool puk = apdu.rfind("002C", 0) == 0;
-        const bool second = apdu.size() >= 8 && apdu.substr(6, 2) == "81";
-        const int tries = second ? (puk ? 10 : 3) : (puk ? m_sim.pukTries : m_sim.pinTries);
-        return {{"+CSIM: 4,\"63C" + hexDigit(tries) + "\""}};
-    }
-    if (name == "+ZPINPUK")
-        return {
-            {"+ZPINPUK: " + std::to_string(m_sim.pinTries) + "," + std::to_string(m_sim.pukTries)}};
-    if (name == "+CRSM") {
-        const auto fields = args();
-        if (fields.size() > 1 && fields[1] == "12258")
-            return {{"+CRSM: 144,0,\"" + swappedBcd("89490200001234567890") + "\""}};
-        return {{}, "ERROR"};
-    }
-    if (!simReady() && (name == "+CIMI" || name == "+CLCK" || name == "+CPWD"))
-        return {{}, cmeError(m_sim.pinTries == 0 ? kMeSimPukRequired : kMeSimPinRequired)};
-    if (name == "+CIMI")
-        return {{m_sim.imsi}};
-    if (name == "+CLCK")
-        return test ? Reply{{"+CLCK: (\"SC\")"}} : lockCommand(args());
-    if (name == "+CPWD")
-        return changePinCommand(args());
     if (name == "+CREG" || name == "+CGREG") {
         const bool packet = name == "+CGREG";
         if (query)
-            return {{registration(packet ? "+CGREG" : "+CREG", packet)}};
-        if (test)
-            return {{name + ": (0-2)"}};
-        (packet ? m_cgregMode : m_cregMode) = std::atoi(args().at(0).c_str());
+            return {{registration(packet, false)}};
+        m_registrationMode[packet] = std::atoi(args[0].c_str());
         return {};
     }
-    if (name == "+CGATT") {
-        if (query)
-            return {{"+CGATT: " + std::string(m_attached ? "1" : "0")}};
-        if (test)
-            return {{"+CGATT: (0,1)"}};
-        m_attached = args().at(0) == "1";
-        queueRegistrationNotices();
-        return {};
+    if (!sim.simPresent && name != "+ZPINPUK")
+        return {{},
+                name == "+CPIN" || name == "+CIMI" || name == "+CLCK" || name == "+CPWD" ||
+                        name == "+CSIM" || name == "+CRSM"
+                    ? kSimNotInserted
+                    : "ERROR"};
+    if (name == "+CPIN" && query)
+        return {{sim.pinTries == 0 ? "+CPIN: SIM PUK"
+                 : m_pinVerified   ? "+CPIN: READY"
+                                   : "+CPIN: SIM PIN"}};
+    if (name == "+CSIM") {
+        // VERIFY or UNBLOCK without data: the SIM answers 63Cx, x the tries left.
+        const std::string apdu = args.size() > 1 ? args[1] : "";
+        const bool puk = apdu.rfind("002C", 0) == 0;
+        const bool second = apdu.size() >= 8 && apdu.substr(6, 2) == "81";
+        const int tries = second ? (puk ? 10 : 3) : (puk ? sim.pukTries : sim.pinTries);
+        return {{"+CSIM: 4,\"63C" + std::string(1, "0123456789ABCDEF"[tries & 15]) + "\""}};
     }
-    if (name == "+CSQ")
-        return {{"+CSQ: 20,99"}};
+    if (name == "+ZPINPUK")
+        return {{"+ZPINPUK: " + std::to_string(sim.pinTries) + "," + std::to_string(sim.pukTries)}};
+    if (name == "+CRSM" && args.size() > 1 && args[1] == "12258")
+        return {{"+CRSM: 144,0,\"98942000002143658709\""}}; // the ICCID, digits swapped
+    if (name == "+CPIN" || name == "+CLCK" || name == "+CPWD")
+        return codeCommand(name, args);
+    if (name == "+CIMI")
+        return simReady() ? Reply{{sim.imsi}}
+                          : Reply{{}, sim.pinTries == 0 ? kSimPukRequired : kSimPinRequired};
     return {{}, "ERROR"};
 }
 
-AtModem::Reply AtModem::pinCommand(const std::vector<std::string>& args)
+AtModem::Reply AtModem::codeCommand(const std::string& name, const std::vector<std::string>& args)
 {
-    if (args.size() == 2) { // PUK and new PIN
-        if (m_sim.pinTries > 0 || m_sim.pukTries == 0)
-            return {{}, cmeError(m_sim.pukTries == 0 ? kMeSimPukRequired : 3)};
-        if (args[0] != m_sim.puk) {
-            --m_sim.pukTries;
-            return {{}, cmeError(kMeIncorrectPassword)};
+    AtModemConfig& sim = m_state.sim;
+    if (name == "+CPIN" && args.size() == 2) { // the PUK and a new PIN
+        if (sim.pinTries > 0 || sim.pukTries == 0)
+            return {{}, sim.pukTries == 0 ? kSimPukRequired : kNotAllowed};
+        if (args[0] != sim.puk) {
+            --sim.pukTries;
+            return {{}, kIncorrectPassword};
         }
-        m_sim.pin = args[1];
-        m_sim.pinTries = 3;
-        m_sim.pukTries = 10;
-        m_sim.pinEnabled = true;
+        sim = {sim.model, sim.imsi, true, true, args[1], sim.puk, 3, 10};
         m_pinVerified = true;
         queueRegistrationNotices();
         return {};
     }
-    if (m_sim.pinTries == 0)
-        return {{}, cmeError(kMeSimPukRequired)};
-    if (m_pinVerified)
-        return {{}, cmeError(3)}; // operation not allowed
-    if (args.at(0) != m_sim.pin)
-        return wrongPin();
-    m_sim.pinTries = 3;
-    m_pinVerified = true;
-    queueRegistrationNotices();
-    return {};
-}
-
-AtModem::Reply AtModem::lockCommand(const std::vector<std::string>& args)
-{
-    if (args.at(0) != "SC" || args.size() < 2)
+    if (name == "+CPIN") {
+        if (sim.pinTries == 0 || m_pinVerified)
+            return {{}, sim.pinTries == 0 ? kSimPukRequired : kNotAllowed};
+        if (args[0] != sim.pin)
+            return wrongPin();
+        sim.pinTries = 3;
+        m_pinVerified = true;
+        queueRegistrationNotices();
+        return {};
+    }
+    if (!simReady())
+        return {{}, sim.pinTries == 0 ? kSimPukRequired : kSimPinRequired};
+    if (args[0] != "SC" || args.size() < (name == "+CPWD" ? 3u : 2u))
         return {{}, "ERROR"};
-    const int mode = std::atoi(args[1].c_str());
-    if (mode == 2)
-        return {{"+CLCK: " + std::string(m_sim.pinEnabled ? "1" : "0")}};
-    if (args.size() < 3 || args[2] != m_sim.pin)
+    if (name == "+CLCK" && args[1] == "2")
+        return {{std::string("+CLCK: ") + (sim.pinEnabled ? "1" : "0")}};
+    // CLCK "SC",mode,pin switches the protection; CPWD "SC",old,new changes the PIN.
+    const std::string& given = name == "+CLCK" ? (args.size() > 2 ? args[2] : "") : args[1];
+    if (given != sim.pin)
         return wrongPin();
-    m_sim.pinTries = 3;
-    m_sim.pinEnabled = mode == 1;
-    return {};
-}
-
-AtModem::Reply AtModem::changePinCommand(const std::vector<std::string>& args)
-{
-    if (args.size() < 3 || args[0] != "SC")
-        return {{}, "ERROR"};
-    if (args[1] != m_sim.pin)
-        return wrongPin();
-    m_sim.pin = args[2];
-    m_sim.pinTries = 3;
+    sim.pinTries = 3;
+    if (name == "+CLCK")
+        sim.pinEnabled = args[1] == "1";
+    else
+        sim.pin = args[2];
     return {};
 }
 
 AtModem::Reply AtModem::wrongPin()
 {
-    m_sim.pinTries = std::max(0, m_sim.pinTries - 1);
-    if (m_sim.pinTries == 0) {
-        m_pinVerified = false;
-        return {{}, cmeError(kMeSimPukRequired)};
-    }
-    return {{}, cmeError(kMeIncorrectPassword)};
+    AtModemConfig& sim = m_state.sim;
+    sim.pinTries = std::max(0, sim.pinTries - 1);
+    if (sim.pinTries > 0)
+        return {{}, kIncorrectPassword};
+    m_pinVerified = false;
+    return {{}, kSimPukRequired};
 }
 
 bool AtModem::simReady() const
 {
-    return m_sim.simPresent && m_pinVerified && m_sim.pinTries > 0;
+    return m_state.sim.simPresent && m_pinVerified && m_state.sim.pinTries > 0;
 }
 
-bool AtModem::registered() const
+// "+CREG: 2,1,..." as a query answers; a notice leaves the mode out.
+std::string AtModem::registration(bool packet, bool notice) const
 {
-    return simReady() && m_cfun == 1;
-}
-
-std::string AtModem::registration(const char* name, bool packet) const
-{
-    const int mode = packet ? m_cgregMode : m_cregMode;
-    const bool on = registered() && (!packet || m_attached);
-    std::string text = std::string(name) + ": " + std::to_string(mode) + "," + (on ? "1" : "0");
-    if (on && mode == 2)
-        text += ",\"1A2B\",\"01C3D4E5\"";
-    return text;
+    const int mode = m_registrationMode[packet];
+    const bool on = simReady() && m_state.cfun == 1 && (!packet || m_state.attached);
+    std::string text = packet ? "+CGREG: " : "+CREG: ";
+    if (!notice)
+        text += std::to_string(mode) + ",";
+    text += on ? "1" : "0";
+    return on && mode == 2 ? text + ",\"1A2B\",\"01C3D4E5\"" : text;
 }
 
 void AtModem::queueRegistrationNotices()
 {
-    // An unsolicited notice carries no mode field.
-    const auto notice = [this](const char* name, bool packet, int mode) {
-        if (mode == 0)
-            return;
-        const std::string full = registration(name, packet);
-        const std::size_t colon = full.find(": ");
-        const std::size_t comma = full.find(',', colon);
-        m_unsolicited += "\r\n" + full.substr(0, colon + 2) + full.substr(comma + 1) + "\r\n";
-    };
-    notice("+CREG", false, m_cregMode);
-    notice("+CGREG", true, m_cgregMode);
+    for (bool packet : {false, true}) {
+        if (m_registrationMode[packet])
+            m_unsolicited += "\r\n" + registration(packet, true) + "\r\n";
+    }
+}
+
+AtModem::State AtModem::state() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_state;
 }
 
 std::vector<std::string> AtModem::commands() const
@@ -420,16 +353,13 @@ int AtModem::waitForCommand(const std::string& prefix, int timeoutMs, std::size_
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     int found = -1;
-    const auto seen = [&] {
-        for (std::size_t i = from; i < m_log.size(); ++i) {
-            if (upper(m_log[i]).rfind(upper(prefix), 0) == 0) {
+    m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] {
+        for (std::size_t i = from; i < m_log.size() && found < 0; ++i) {
+            if (startsWith(m_log[i], prefix))
                 found = int(i);
-                return true;
-            }
         }
-        return false;
-    };
-    m_changed.wait_for(lock, std::chrono::milliseconds(timeoutMs), seen);
+        return found >= 0;
+    });
     return found;
 }
 
@@ -437,34 +367,4 @@ void AtModem::setSilentOn(const std::string& prefix)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_silentOn = prefix;
-}
-
-int AtModem::cfun() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_cfun;
-}
-
-bool AtModem::attached() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_attached;
-}
-
-int AtModem::pinTries() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sim.pinTries;
-}
-
-int AtModem::pukTries() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sim.pukTries;
-}
-
-bool AtModem::pinEnabled() const
-{
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_sim.pinEnabled;
 }

@@ -181,9 +181,10 @@ AtModem* MmTestBed::addModem(const QString& id, const AtModemConfig& config, con
 {
     QString ignored;
     error = error ? error : &ignored;
-    auto modem = std::make_unique<AtModem>(socketName(id).toStdString(), config);
+    auto modem = std::make_unique<AtModem>(
+        socketName(id).toStdString(), config,
+        (m_logFolder + QStringLiteral("/at-%1.log").arg(id)).toStdString());
     std::string startError;
-    modem->setLogFile((m_logFolder + QStringLiteral("/at-%1.log").arg(id)).toStdString());
     if (!modem->start(&startError)) {
         *error = QString::fromStdString(startError);
         return nullptr;
