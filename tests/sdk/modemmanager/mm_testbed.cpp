@@ -3,8 +3,8 @@
 //
 //   mm_testbed [--logs DIR] [--modem ID[,OPTION...]]... [-- COMMAND [ARG...]]
 //
-// OPTION: locked (the SIM asks for its PIN; the default), unlocked, nosim,
-// plugin=NAME (generic, zte ...), model=TEXT, pin=CODE, puk=CODE.
+// OPTION: locked (the SIM asks for its PIN 1234, PUK 12345678; the default),
+// unlocked, nosim, plugin=NAME (generic, zte ...), model=TEXT.
 // The command gets UTPS_BACKEND=modemmanager and UTPS_MM_BUS set and its exit
 // code is mm_testbed's. Without a command the bus address is printed and the
 // bed runs until interrupted, for a linkhost started by hand.
@@ -31,37 +31,24 @@ struct ModemSpec
     AtModemConfig config;
 };
 
-bool parseModem(const QString& text, ModemSpec* spec, QString* error)
+bool parseModem(const QString& text, ModemSpec* spec)
 {
     const QStringList parts = text.split(QLatin1Char(','));
     spec->id = parts.value(0);
-    if (spec->id.isEmpty()) {
-        *error = QStringLiteral("--modem needs an id");
-        return false;
-    }
     for (const QString& option : parts.mid(1)) {
-        const QString key = option.section(QLatin1Char('='), 0, 0);
         const std::string value = option.section(QLatin1Char('='), 1).toStdString();
-        if (option == QLatin1String("locked"))
-            spec->config.pinEnabled = true;
-        else if (option == QLatin1String("unlocked"))
-            spec->config.pinEnabled = false;
+        if (option == QLatin1String("locked") || option == QLatin1String("unlocked"))
+            spec->config.pinEnabled = option == QLatin1String("locked");
         else if (option == QLatin1String("nosim"))
             spec->config.simPresent = false;
-        else if (key == QLatin1String("plugin"))
+        else if (option.startsWith(QLatin1String("plugin=")))
             spec->plugin = QString::fromStdString(value);
-        else if (key == QLatin1String("model"))
+        else if (option.startsWith(QLatin1String("model=")))
             spec->config.model = value;
-        else if (key == QLatin1String("pin"))
-            spec->config.pin = value;
-        else if (key == QLatin1String("puk"))
-            spec->config.puk = value;
-        else {
-            *error = QStringLiteral("unknown modem option %1").arg(option);
+        else
             return false;
-        }
     }
-    return true;
+    return !spec->id.isEmpty();
 }
 
 void print(const QString& text)
@@ -80,24 +67,21 @@ int main(int argc, char* argv[])
     QStringList command;
     while (!arguments.isEmpty()) {
         const QString argument = arguments.takeFirst();
-        QString error;
+        ModemSpec spec;
         if (argument == QLatin1String("--")) {
             command = arguments;
             break;
         }
-        if (argument == QLatin1String("--logs") && !arguments.isEmpty()) {
+        if (argument == QLatin1String("--logs") && !arguments.isEmpty())
             logs = arguments.takeFirst();
-            continue;
-        }
-        ModemSpec spec;
-        if (argument != QLatin1String("--modem") || arguments.isEmpty() ||
-            !parseModem(arguments.takeFirst(), &spec, &error)) {
-            print(error.isEmpty() ? QStringLiteral("usage: mm_testbed [--logs DIR] "
-                                                   "[--modem ID[,OPTION...]]... [-- COMMAND...]")
-                                  : error);
+        else if (argument == QLatin1String("--modem") && !arguments.isEmpty() &&
+                 parseModem(arguments.takeFirst(), &spec))
+            modems << spec;
+        else {
+            print(QStringLiteral("usage: mm_testbed [--logs DIR] [--modem ID[,OPTION...]]... "
+                                 "[-- COMMAND...]"));
             return kExitBadUsage;
         }
-        modems << spec;
     }
     const QString missing = MmTestBed::missingTools();
     if (!missing.isEmpty()) {
