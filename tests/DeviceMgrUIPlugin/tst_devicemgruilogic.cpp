@@ -3,19 +3,19 @@
 #include "CardCalls.h"
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
-#include "HostSiblings.h"
 #include "sim/VirtualCard.h"
-
-#include <CommonUtils.h>
 
 #include <QtTest>
 
-namespace {
-
 using DeviceList = _UTPS_ST_MULTI_DEVICE_INFO;
+// card (0 the one in use, 1 the other), port offset, connected, switch fails,
+// asked of the dial-up plug-in in order, the stored selection is the target
+using Selection = std::tuple<int, int, bool, bool, QStringList, bool>;
+// SIM status, product type, failing request, SIM valid, type text
+using SimCase = std::tuple<int, int, QString, bool, QString>;
 
 // Records "<prefix><i>" on ports firstPort + i, as many as fit.
-std::unique_ptr<DeviceList> makeList(int count, const char* prefix, int firstPort)
+static std::unique_ptr<DeviceList> makeList(int count, const char* prefix, int firstPort)
 {
     auto list = std::make_unique<DeviceList>(); // zeroed
     list->nDevNum = count;
@@ -27,15 +27,13 @@ std::unique_ptr<DeviceList> makeList(int count, const char* prefix, int firstPor
     return list;
 }
 
-sim::CardConfig namedCard(const char* name, int port)
+static sim::CardConfig namedCard(const char* name, int port)
 {
     sim::CardConfig config;
     config.name = name;
     config.port = port;
     return config;
 }
-
-} // namespace
 
 class TestDeviceMgrUILogic : public QObject
 {
@@ -44,10 +42,15 @@ class TestDeviceMgrUILogic : public QObject
     std::unique_ptr<HostFixture> m_host;
     DeviceMgrUILogic* m_logic = nullptr;
 
-    void expectSelection(const char* name, int port)
+    // The stored selection as "<name>@<port>".
+    QString selection() const
     {
-        QCOMPARE(m_logic->StoredCurrentDeviceName(), QString::fromLatin1(name));
-        QCOMPARE(m_logic->CurrentPort(), port);
+        return m_logic->StoredCurrentDeviceName() + '@' + QString::number(m_logic->CurrentPort());
+    }
+    void failOnce(const QString& request)
+    {
+        if (!request.isEmpty())
+            m_host->card().setFault("UTPS_DevSrv_" + request.toStdString(), 1, 1);
     }
 
 private slots:
@@ -59,14 +62,12 @@ private slots:
         m_logic = DeviceMgrUILogic::GetInstance();
         m_logic->init();
     }
-
     void cleanup()
     {
         delete m_logic;
         m_logic = nullptr;
         m_host.reset();
     }
-
     void setDeviceInfo_data()
     {
         QTest::addColumn<int>("count");
@@ -79,7 +80,6 @@ private slots:
         QTest::newRow("65 refused") << 65 << 3 << 0 << false;
         QTest::newRow("negative stored, nothing copied") << -3 << -3 << 0 << false;
     }
-
     void setDeviceInfo()
     {
         QFETCH(int, count);
@@ -89,12 +89,10 @@ private slots:
         // A selected single device, then three old ones.
         m_logic->SetDeviceInfo(makeList(1, "Base", 7).get());
         m_logic->SetDeviceInfo(makeList(3, "Old", 20).get());
-
         auto fresh = makeList(count, "New", 40);
         if (count < 0) // a record in reach of a copy that ignores the sign
             qstrncpy(fresh->stDevInfo[0].szDeviceName, "Stray", UTPS_DEVICE_NAME_LEN);
         m_logic->SetDeviceInfo(fresh.get());
-
         const DeviceList& stored = m_logic->StoredDeviceInfo();
         QCOMPARE(stored.nDevNum, storedCount);
         for (int i = 0; i < 3 || i < copied; ++i) {
@@ -103,46 +101,30 @@ private slots:
                      QString(isNew ? "New%1" : "Old%1").arg(i));
             QCOMPARE(stored.stDevInfo[i].nPort, (isNew ? 40 : 20) + i);
         }
-        if (selectsNew)
-            expectSelection("New0", 40);
-        else
-            expectSelection("Base0", 7);
+        QCOMPARE(selection(), QString(selectsNew ? "New0@40" : "Base0@7"));
     }
-
     void selectDevice_data()
     {
-        QTest::addColumn<int>("card"); // 0 the one in use, 1 the other
-        QTest::addColumn<int>("portOffset");
-        QTest::addColumn<bool>("connected");
-        QTest::addColumn<bool>("switchFails");
-        QTest::addColumn<QStringList>("dialup"); // asked of the dial-up plug-in, in order
-        QTest::addColumn<bool>("selected");      // the stored selection is the target
+        QTest::addColumn<Selection>("row");
         const QStringList drop{"IsConnected", "GlobalDisconnect"};
-        QTest::newRow("current device") << 0 << 0 << true << false << QStringList() << false;
+        QTest::newRow("current device") << Selection{0, 0, true, false, {}, false};
         // Same name on another port is another device.
-        QTest::newRow("current name, other port") << 0 << 50 << true << false << drop << false;
-        QTest::newRow("other device") << 1 << 0 << true << false << drop << true;
+        QTest::newRow("current name, other port") << Selection{0, 50, true, false, drop, false};
+        QTest::newRow("other device") << Selection{1, 0, true, false, drop, true};
         QTest::newRow("other device, not connected")
-            << 1 << 0 << false << false << QStringList{"IsConnected"} << true;
-        QTest::newRow("switch fails") << 1 << 0 << true << true << drop << false;
+            << Selection{1, 0, false, false, {"IsConnected"}, true};
+        QTest::newRow("switch fails") << Selection{1, 0, true, true, drop, false};
     }
-
     void selectDevice()
     {
-        QFETCH(int, card);
-        QFETCH(int, portOffset);
-        QFETCH(bool, connected);
-        QFETCH(bool, switchFails);
-        QFETCH(QStringList, dialup);
-        QFETCH(bool, selected);
+        QFETCH(Selection, row);
+        const auto& [card, portOffset, connected, switchFails, dialup, selected] = row;
         const char* names[] = {"First Card", "Second Card"};
         m_host->card().addCard(namedCard(names[0], 3));
         m_host->card().addCard(namedCard(names[1], 4));
         m_logic->GetSystemDevStatus(); // the card in use becomes the selection
-        expectSelection(names[0], 3);
         m_host->siblings().setDialupConnected(connected);
-        if (switchFails)
-            m_host->card().setFault("UTPS_DevSrv_ManualChangeDevice", 1, 1);
+        failOnce(switchFails ? "ManualChangeDevice" : "");
         m_host->card().clearCallLog();
         const int before = m_host->records("dialup").size();
 
@@ -155,72 +137,55 @@ private slots:
         // The connection is dropped before any switch, failed ones included.
         QCOMPARE(m_host->records("dialup").mid(before), dialup);
         QCOMPARE(m_host->siblings().dialup()->connected(), connected && !switched);
-        if (selected)
-            expectSelection(names[card], info.nPort);
-        else
-            expectSelection(names[0], 3);
+        QCOMPARE(selection(),
+                 selected ? QString("%1@%2").arg(names[card]).arg(info.nPort) : "First Card@3");
     }
-
     void systemDevStatus_data()
     {
         QTest::addColumn<int>("reported"); // status the card reports, -1 = its own
         QTest::addColumn<QString>("faultOn");
         QTest::addColumn<int>("status");
-        QTest::newRow("available") << -1 << "" << 3;
-        QTest::newRow("rejected") << 4 << "" << 4;
-        QTest::newRow("status fails") << -1 << "GetDevStatus" << 0;
+        QTest::addColumn<QString>("selected");
+        // The SDK's short name field: 23 characters and the terminator.
+        QTest::newRow("available") << -1 << "" << 3 << "An Unusually Long Data @6";
+        QTest::newRow("rejected") << 4 << "" << 4 << "Previous0@2";
+        QTest::newRow("status fails") << -1 << "GetDevStatus" << 0 << "Previous0@2";
     }
-
     void systemDevStatus()
     {
         QFETCH(int, reported);
         QFETCH(QString, faultOn);
         QFETCH(int, status);
+        QFETCH(QString, selected);
         m_host->card().addCard(namedCard("An Unusually Long Data Card Name", 6));
         if (reported >= 0)
             QVERIFY(m_host->card().overrideDevStatus(reported));
         m_logic->SetDeviceInfo(makeList(1, "Previous", 2).get());
-        if (!faultOn.isEmpty())
-            m_host->card().setFault("UTPS_DevSrv_" + faultOn.toStdString(), 1, 1);
-
+        failOnce(faultOn);
         QCOMPARE(m_logic->GetSystemDevStatus(), status);
-        // The SDK's short name field: 23 characters and the terminator.
-        if (status == 3)
-            expectSelection("An Unusually Long Data ", 6);
-        else
-            expectSelection("Previous0", 2);
+        QCOMPARE(selection(), selected);
     }
-
     void simQueries_data()
     {
-        QTest::addColumn<int>("simStatus");
-        QTest::addColumn<int>("productType");
-        QTest::addColumn<QString>("faultOn");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<QString>("typeText");
-        QTest::newRow("no SIM (0), UIM") << 0 << 1 << "" << false << "R-UIM";
-        QTest::newRow("lowest usable (1), SIM") << 1 << 2 << "" << true << "SIM/USIM";
-        QTest::newRow("highest usable (254), other") << 254 << 5 << "" << true << "SIM/USIM";
-        QTest::newRow("not usable (255)") << 255 << 2 << "" << false << "SIM/USIM";
-        QTest::newRow("SIM status fails: valid") << 0 << 1 << "GetSimStatus" << true << "R-UIM";
-        QTest::newRow("product type fails: no text") << 1 << 1 << "GetProductType" << true << "";
+        QTest::addColumn<SimCase>("row");
+        QTest::newRow("no SIM (0), UIM") << SimCase{0, 1, "", false, "R-UIM"};
+        QTest::newRow("lowest usable (1), SIM") << SimCase{1, 2, "", true, "SIM/USIM"};
+        QTest::newRow("highest usable (254), other") << SimCase{254, 5, "", true, "SIM/USIM"};
+        QTest::newRow("not usable (255)") << SimCase{255, 2, "", false, "SIM/USIM"};
+        QTest::newRow("SIM status fails: valid") << SimCase{0, 1, "GetSimStatus", true, "R-UIM"};
+        QTest::newRow("product type fails: no text") << SimCase{1, 1, "GetProductType", true, ""};
     }
-
     void simQueries()
     {
-        QFETCH(int, simStatus);
-        QFETCH(int, productType);
-        QFETCH(QString, faultOn);
-        QFETCH(bool, valid);
-        QFETCH(QString, typeText);
+        QFETCH(SimCase, row);
+        const auto& [simStatus, productType, faultOn, valid, typeText] = row;
         CommonUtils::SetSettings("customize", "uimtype", "R-UIM");
         CommonUtils::SetSettings("customize", "simtype", "SIM/USIM");
         sim::CardConfig config;
         config.sim.status = simStatus;
         config.productType = productType;
         m_host->card().addCard(config);
-        if (!faultOn.isEmpty())
-            m_host->card().setFault("UTPS_DevSrv_" + faultOn.toStdString(), 1, 1);
+        failOnce(faultOn);
         QCOMPARE(m_logic->isSimValid(), valid);
         QCOMPARE(m_logic->GetSimTypeText(), typeText);
     }

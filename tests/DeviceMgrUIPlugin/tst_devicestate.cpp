@@ -5,7 +5,6 @@
 #include "DeviceMgrChooseDevice.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
-#include "TraceCapture.h"
 #include "Transcript.h"
 #include "sim/VirtualCard.h"
 
@@ -14,6 +13,7 @@
 #include <ExtendDialog.h>
 
 #include <QLabel>
+#include <QMessageBox>
 #include <QTest>
 #include <QTimer>
 
@@ -23,63 +23,81 @@
 
 namespace {
 
-// An SDK event as the card raises it (word -1: no payload; a device-list event
-// carries the current list), a host notification (below 1000) or an action.
+// One thing that happens to the service; each is handled before the next.
 struct Step
 {
-    int code = 0;
-    int word = -1;
+    enum Kind
+    {
+        SdkEvent,
+        HostNotification,
+        AskAvailable,
+        Fault,
+        ChooseCard,
+        Setting,
+        Language,
+        StartWatching
+    };
+    Kind kind;
+    int code = 0;               // of the event or the notification; for ChooseCard the card's index
+    int word = -1;              // an SDK event's payload word; -1: none
+    const char* text = nullptr; // the failing SDK function, "customize" key=value, the language
 };
 using Steps = QList<Step>;
-constexpr int kAskAvailable = 1; // a sibling plug-in calls IsDeviceAvialable()
-constexpr int kStatusFails = 2;  // the card's next device-status read fails
+using Cards = QList<sim::CardConfig>;
 
-QString broadcast(unsigned int code)
-{
-    return QStringLiteral("broadcast %1 0 0").arg(code);
-}
+const auto sdk = [](int code, int word = -1) { return Step{Step::SdkEvent, code, word}; };
+const auto host = [](int code) { return Step{Step::HostNotification, code}; };
+const auto fault = [](const char* function) { return Step{Step::Fault, 0, -1, function}; };
+const auto setting = [](const char* keyValue) { return Step{Step::Setting, 0, -1, keyValue}; };
+const auto language = [](const char* name) { return Step{Step::Language, 0, -1, name}; };
+const Step frame = host(NTF_FRAME_SHOWN);
+const Step askAvailable{Step::AskAvailable};  // a sibling plug-in calls IsDeviceAvialable()
+const Step chooseSecond{Step::ChooseCard, 1}; // the user picks the second card
+const Step fromHere{Step::StartWatching}; // only what the steps after it send, show or ask counts
 
-// The flags that are set, then what IsValidSim() answers.
-QString stateOf(CDeviceMgrService* service)
-{
-    const bool on[] = {service->deviceAvailable(), service->validSim(), service->validPinState(),
-                       service->fpLockPending(), service->callActive()};
-    const char* const names[] = {"device", "sim", "pin", "fplock", "call"};
-    QStringList set;
-    for (int i = 0; i < 5; ++i) {
-        if (on[i])
-            set << names[i];
-    }
-    return set.join(' ') + (service->IsValidSim() ? " => valid" : " => invalid");
-}
-
-// The information pop-up's text while it is on screen, else null.
-QString shownInfo(CDeviceMgrService* service)
-{
-    ExtendDialog* dialog = service->infoDialog();
-    if (!dialog || !dialog->isVisible())
-        return QString();
-    return dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"))->text();
-}
-
-bool chooserVisible(CDeviceMgrService* service)
-{
-    return service->chooser() && service->chooser()->dialog() &&
-           service->chooser()->dialog()->isVisible();
-}
-
-sim::CardConfig cardConfig(const char* name, int productType, int simStatus = 1)
+sim::CardConfig card(const char* name, int simStatus = 1, int productType = 2, bool pin = false)
 {
     sim::CardConfig config;
     config.name = name;
-    config.productType = productType;
     config.sim.status = simStatus;
+    config.productType = productType;
+    config.sim.pinEnabled = pin;
     return config;
+}
+
+QString listOrNone(const QStringList& list, const char* separator)
+{
+    return list.isEmpty() ? QStringLiteral("none") : list.join(separator);
+}
+
+// The flags that are set, then what IsValidSim() answers (which asks the card).
+QString stateOf(CDeviceMgrService* s)
+{
+    QStringList set = {s->deviceAvailable() ? "device" : "", s->validSim() ? "sim" : "",
+                       s->validPinState() ? "pin" : "", s->fpLockPending() ? "fplock" : "",
+                       s->callActive() ? "call" : ""};
+    set.removeAll(QString());
+    return set.join(' ') + (s->IsValidSim() ? " => valid" : " => invalid");
+}
+
+// The information pop-up: its text's key and duration while it is on screen.
+QString infoOf(CDeviceMgrService* service)
+{
+    ExtendDialog* dialog = service->infoDialog();
+    if (!dialog || !dialog->isVisible())
+        return dialog ? "hidden" : "none";
+    QString text = dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"))->text();
+    for (const char* key : {"IDS_DEVICE_INVALID", "IDS_INIT_DEV_UNDERWAY", "IDS_DETECTE_DEVICE"}) {
+        if (text == CDeviceMgrService::tr(QString(key)))
+            text = key;
+    }
+    return QStringLiteral("%1 for %2 ms").arg(text).arg(service->infoTimer()->interval());
 }
 
 } // namespace
 
 Q_DECLARE_METATYPE(Step)
+Q_DECLARE_METATYPE(Cards)
 
 class tst_DeviceState : public QObject
 {
@@ -87,40 +105,57 @@ class tst_DeviceState : public QObject
 
     std::unique_ptr<HostFixture> m_host;
 
-    // Adds the cards, starts the service, lets the start-up events through and,
-    // when asked, shows the frame; null when the events did not settle.
-    CDeviceMgrService* startWith(const QList<sim::CardConfig>& cards, bool showFrame = false)
+    // Adds the cards, starts the service and lets the start-up events through;
+    // null when they did not settle.
+    CDeviceMgrService* startWith(const Cards& cards)
     {
-        for (const sim::CardConfig& card : cards)
-            m_host->card().addCard(card);
+        for (const sim::CardConfig& config : cards)
+            m_host->card().addCard(config);
         CDeviceMgrService* service = m_host->startService();
-        if (!m_host->waitForEvents())
-            return nullptr;
-        return !showFrame || deliver({{NTF_FRAME_SHOWN}}) ? service : nullptr;
+        return m_host->waitForEvents() ? service : nullptr;
     }
 
-    // Runs the steps one by one, each handled before the next.
+    // Runs the steps, each handled before the next.
     bool deliver(const Steps& steps)
     {
         CDeviceMgrService* service = CDeviceMgrService::existingInstance();
         sim::VirtualCard& card = m_host->card();
         for (const Step& step : steps) {
-            if (step.code == kAskAvailable)
+            if (step.kind == Step::StartWatching) {
+                service->hideInfoDlg();
+                Transcript::instance().clear();
+                m_host->clearMessages();
+                card.clearCallLog();
+            } else if (step.kind == Step::AskAvailable) {
                 service->IsDeviceAvialable();
-            else if (step.code == kStatusFails)
-                card.setFault("UTPS_DevSrv_GetDevStatus", 1, 1);
-            else if (step.code == NTF_FRAME_SHOWN)
+            } else if (step.kind == Step::Fault) {
+                card.setFault(step.text, 1, 1);
+            } else if (step.kind == Step::Setting) {
+                const QString keyValue = step.text;
+                CommonUtils::SetSettings("customize", keyValue.section('=', 0, 0),
+                                         keyValue.section('=', 1));
+            } else if (step.kind == Step::Language) {
+                if (!Change::SetLanguage(step.text))
+                    return false;
+            } else if (step.kind == Step::ChooseCard) {
+                const _UTPS_ST_MULTI_DEVICE_INFO devices = service->uiLogic()->GetDeviceInfo();
+                if (devices.nDevNum <= step.code ||
+                    service->uiLogic()->SelectDevice(devices.stDevInfo[step.code]) != 0)
+                    return false;
+            } else if (step.kind == Step::HostNotification && step.code == NTF_FRAME_SHOWN) {
                 m_host->frameShown();
-            else if (step.code < 1000)
+            } else if (step.kind == Step::HostNotification) {
                 service->Notify(step.code, 0, 0);
-            else if (step.code == 6018) // spares the fingerprint thread's one-second pacing
-                service->deviceMgrInitEventHandler(step.code);
-            else if (step.code == 6601 || step.code == 6606)
+            } else if (step.code == UTPS_EVENT_DEV_FPLOCK) {
+                service->deviceMgrInitEventHandler(step.code); // spares the FP thread's pacing
+            } else if (step.code == UTPS_EVENT_DEV_REJECT || step.code == UTPS_EVENT_DEV_DETECTED) {
                 card.raiseDeviceListEvent(step.code);
-            else if (step.word < 0)
-                card.raiseEvent(step.code, std::nullopt);
-            else
-                card.raiseEvent(step.code, std::vector<uint32_t>{uint32_t(step.word)});
+            } else {
+                card.raiseEvent(step.code,
+                                step.word < 0
+                                    ? std::nullopt
+                                    : std::optional(std::vector<uint32_t>{uint32_t(step.word)}));
+            }
             if (!m_host->waitForEvents())
                 return false;
         }
@@ -129,263 +164,157 @@ class tst_DeviceState : public QObject
 
     QStringList records(const char* kind) const { return m_host->records(QLatin1String(kind)); }
 
+    // What the service has done and shows, under the names the rows use.
+    QMap<QString, QString> observe(CDeviceMgrService* s) const
+    {
+        QMap<QString, QString> seen;
+        seen["notify"] = listOrNone(records("notify"), ", ");
+        seen["menu"] = listOrNone(records("menu"), " ");
+        QStringList messages;
+        for (const MessageRequest& message : m_host->messages()) {
+            messages << QStringLiteral("icon %1 over %2: '%3'")
+                            .arg(message.icon)
+                            .arg(message.parent == m_host->mainWindow() ? "the main window"
+                                                                        : "another")
+                            .arg(message.text);
+        }
+        seen["messages"] = listOrNone(messages, ", ");
+        seen["type asked"] = QString::number(callCount("UTPS_DevSrv_GetProductType"));
+        seen["subscriptions"] = QString::number(records("subscribe").size());
+        seen["SIM not ready told"] = records("notify").contains("broadcast 579 0 0") ? "yes" : "no";
+        seen["reloads told"] = QString::number(records("notify").filter("broadcast 585 ").size());
+        seen["pin status"] = QString::number(s->pinStatus());
+        seen["current"] = s->currentDeviceName().isEmpty() ? "none" : s->currentDeviceName();
+        seen["previous"] =
+            s->previousDeviceName() + " of type " + QString::number(s->previousProductType());
+        seen["type setting"] = CommonUtils::GetSettings("Device", "ProductType");
+        seen["info"] = infoOf(s);
+        ChooseDevExtendDialog* chooser = s->chooser() ? s->chooser()->dialog() : nullptr;
+        seen["chooser"] = !s->chooser()                                     ? "none"
+                          : !chooser || !chooser->isVisible()               ? "hidden"
+                          : chooser->parentWidget() == m_host->mainWindow() ? "over the main window"
+                                                                            : "elsewhere";
+        seen["state"] = stateOf(s);
+        return seen;
+    }
+
 private slots:
     void init() { m_host = std::make_unique<HostFixture>(); }
     void cleanup() { m_host.reset(); }
 
-    void flagTable_data()
+    void handling_data()
     {
-        QTest::addColumn<int>("card"); // its SIM status word; -1: no card
+        QTest::addColumn<Cards>("cards");
         QTest::addColumn<Steps>("steps");
-        QTest::addColumn<QString>("state");
+        QTest::addColumn<QString>("facts"); // "what: as observed", joined by " | "
 
-        const int none = -1;
-        const Steps moved = {{6008}, {6002}, {6619, 1}}; // every flag off its reset value
+        const Cards noCard;
+        const Cards simCard = {card("Card A")};
+        const Cards uimCard = {card("Card A", 1, 1)};
+        const Cards twoReady = {card("Card A"), card("Card B")};
+        const Cards twoInvalid = {card("Card A", 0), card("Card B")};
+        const Steps moved = {sdk(6008), sdk(6002), sdk(6619, 1)}; // every flag off its reset value
+        const Steps beforeFrame = {sdk(6606), sdk(6600), sdk(6501)}; // each shows something later
+        const QString toldReady =
+            "notify: broadcast 578 0 0 | menu: RefreshMenu | info: none | messages: none";
+        const QString toldNotReady =
+            "notify: broadcast 579 0 0 | menu: RefreshMenu | info: none | messages: none";
+        const QString simInvalid = "No valid %1 card was found. Please insert a valid %1 card and "
+                                   "plug in the device again.";
+        const auto choice = [](int from, int to) {
+            return Cards{card("Card A", 1, from), card("Card B", 1, to)};
+        };
         // clang-format off
-        QTest::newRow("initial state")         << none << Steps{}               << "sim => invalid";
-        QTest::newRow("ready card")            << 1    << Steps{}               << "device sim pin => valid";
-        QTest::newRow("unusable SIM card")     << 0    << Steps{}               << "device => invalid";
-        QTest::newRow("6008 init success")     << none << Steps{{6008}}         << "device sim => invalid";
-        QTest::newRow("6014 without device")   << none << Steps{{6014}}         << "sim => invalid";
-        QTest::newRow("6014 with device")      << 1    << Steps{{6601}, {6014}} << "device sim pin => valid";
-        QTest::newRow("6002 SIM invalid")      << none << Steps{{6002}}         << " => invalid";
-        QTest::newRow("6018 fingerprint lock") << none << Steps{{6018}}         << "sim fplock => invalid";
-        QTest::newRow("6600 device active")    << none << Steps{{6600}}         << "device sim => invalid";
-        QTest::newRow("6501 change end")       << none << Steps{{6501}}         << "device sim => invalid";
-        QTest::newRow("6619 word 1")           << none << Steps{{6619, 1}}      << "sim pin => invalid";
-        QTest::newRow("6619 word 0")           << 1    << Steps{{6619, 0}}      << "device sim => invalid";
-        QTest::newRow("6601 reject resets")    << none << moved + Steps{{6601}} << "sim => invalid";
-        QTest::newRow("6604 switch resets")    << none << moved + Steps{{6604}} << "sim => invalid";
-        QTest::newRow("reject of ready card")  << 1    << Steps{{6601}}         << "sim => invalid";
-        QTest::newRow("flags ready, no card")  << none << Steps{{6008}, {6619, 1}} << "device sim pin => invalid";
-        QTest::newRow("reject before frame keeps FP lock") << none << Steps{{6018}, {6601}}        << "sim fplock => invalid";
-        QTest::newRow("reject after frame clears FP lock") << none << Steps{{258}, {6018}, {6601}} << "sim => invalid";
-        QTest::newRow("switch after frame clears FP lock") << none << Steps{{258}, {6018}, {6604}} << "sim => invalid";
-        QTest::newRow("IsDeviceAvialable asks the card")   << 1    << Steps{{6601}, {kAskAvailable}} << "device sim => invalid";
-        QTest::newRow("IsDeviceAvialable, card gone")      << none << Steps{{6008}, {kAskAvailable}} << "sim => invalid";
-        QTest::newRow("IsDeviceAvialable, status fails")   << 1    << Steps{{kStatusFails}, {kAskAvailable}} << "sim pin => valid";
-        QTest::newRow("784 incoming call")     << none << Steps{{784}}               << "sim call => invalid";
-        QTest::newRow("785 outgoing call")     << none << Steps{{785}}               << "sim call => invalid";
-        QTest::newRow("786 call connected")    << none << Steps{{786}}               << "sim call => invalid";
-        QTest::newRow("787 ends the call")     << none << Steps{{786}, {787}}        << "sim => invalid";
+        QTest::newRow("initial state") << noCard << Steps{} << "state: sim => invalid";
+        QTest::newRow("ready card") << simCard << Steps{} << "state: device sim pin => valid";
+        QTest::newRow("unusable SIM card") << Cards{card("Card A", 0)} << Steps{} << "state: device => invalid";
+        QTest::newRow("6008 init success") << noCard << Steps{sdk(6008)} << "state: device sim => invalid";
+        QTest::newRow("6014 without device") << noCard << Steps{sdk(6014)} << "state: sim => invalid";
+        QTest::newRow("6014 with device") << simCard << Steps{sdk(6601), sdk(6014)} << "state: device sim pin => valid";
+        QTest::newRow("6002 SIM invalid") << noCard << Steps{sdk(6002)} << "state:  => invalid";
+        QTest::newRow("6018 fingerprint lock") << noCard << Steps{sdk(6018)} << "state: sim fplock => invalid";
+        QTest::newRow("6600 device active") << noCard << Steps{sdk(6600)} << "state: device sim => invalid";
+        QTest::newRow("6501 change end") << noCard << Steps{sdk(6501)} << "state: device sim => invalid";
+        QTest::newRow("6619 word 1") << noCard << Steps{sdk(6619, 1)} << "state: sim pin => invalid";
+        QTest::newRow("6619 word 0") << simCard << Steps{sdk(6619, 0)} << "state: device sim => invalid";
+        QTest::newRow("6601 reject resets") << noCard << moved + Steps{sdk(6601)} << "state: sim => invalid";
+        QTest::newRow("6604 switch resets") << noCard << moved + Steps{sdk(6604)} << "state: sim => invalid";
+        QTest::newRow("reject of ready card") << simCard << Steps{sdk(6601)} << "state: sim => invalid";
+        QTest::newRow("flags ready, no card") << noCard << Steps{sdk(6008), sdk(6619, 1)} << "state: device sim pin => invalid";
+        QTest::newRow("reject before frame keeps FP lock") << noCard << Steps{sdk(6018), sdk(6601)} << "state: sim fplock => invalid";
+        QTest::newRow("reject after frame clears FP lock") << noCard << Steps{frame, sdk(6018), sdk(6601)} << "state: sim => invalid";
+        QTest::newRow("switch after frame clears FP lock") << noCard << Steps{frame, sdk(6018), sdk(6604)} << "state: sim => invalid";
+        QTest::newRow("IsDeviceAvialable asks the card") << simCard << Steps{sdk(6601), askAvailable} << "state: device sim => invalid";
+        QTest::newRow("IsDeviceAvialable, card gone") << noCard << Steps{sdk(6008), askAvailable} << "state: sim => invalid";
+        QTest::newRow("IsDeviceAvialable, status fails") << simCard << Steps{fault("UTPS_DevSrv_GetDevStatus"), askAvailable} << "state: sim pin => valid";
+        QTest::newRow("784 incoming call") << noCard << Steps{host(784)} << "state: sim call => invalid";
+        QTest::newRow("785 outgoing call") << noCard << Steps{host(785)} << "state: sim call => invalid";
+        QTest::newRow("786 call connected") << noCard << Steps{host(786)} << "state: sim call => invalid";
+        QTest::newRow("787 ends the call") << noCard << Steps{host(786), host(787)} << "state: sim => invalid";
+
+        // After the frame is up, what an event tells and shows.
+        QTest::newRow("6619 word 0 after frame") << uimCard << Steps{frame, fromHere, sdk(6619, 0)} << toldNotReady;
+        QTest::newRow("6619 word 1 after frame") << uimCard << Steps{frame, fromHere, sdk(6619, 1)} << toldReady;
+        QTest::newRow("6619 word 254 after frame") << uimCard << Steps{frame, fromHere, sdk(6619, 254)} << toldReady;
+        QTest::newRow("6619 word 255 after frame") << uimCard << Steps{frame, fromHere, sdk(6619, 255)} << toldNotReady;
+        QTest::newRow("6619 word 256 after frame") << uimCard << Steps{frame, fromHere, sdk(6619, 256)} << toldNotReady;
+        QTest::newRow("6601 reject after frame: pop-up") << uimCard << Steps{frame, fromHere, sdk(6601)} << "notify: broadcast 579 0 0 | menu: RefreshDeviceMenu DisableDeviceMenu | info: IDS_DEVICE_INVALID for 3000 ms | messages: none | previous: Card A of type 1";
+        QTest::newRow("6604 switch after frame: none") << uimCard << Steps{frame, fromHere, sdk(6604)} << "notify: broadcast 579 0 0 | menu: RefreshDeviceMenu DisableDeviceMenu | info: none | messages: none | previous: Card A of type 1";
+
+        // Nothing reaches the screen before the frame, but the state is kept and
+        // the frame replays it; a chooser made by the frame shows on a detection.
+        QTest::newRow("ready card before frame") << twoReady << beforeFrame << "messages: none | info: none | chooser: none | current: none | state: device sim pin => valid";
+        QTest::newRow("invalid SIM before frame") << twoInvalid << beforeFrame << "messages: none | info: none | chooser: none | current: none | state: device => invalid";
+        QTest::newRow("ready card, frame") << twoReady << beforeFrame + Steps{fromHere, frame} << "current: Card A | subscriptions: 4 | info: IDS_INIT_DEV_UNDERWAY for 3000 ms | messages: none | SIM not ready told: no | chooser: hidden";
+        QTest::newRow("invalid SIM, frame") << twoInvalid << beforeFrame + Steps{fromHere, frame} << "current: Card A | subscriptions: 4 | info: none | SIM not ready told: yes | chooser: hidden | messages: icon 1 over the main window: '" + simInvalid.arg("SIM/USIM") + "'";
+        QTest::newRow("ready card, frame, 6606") << twoReady << beforeFrame + Steps{frame, fromHere, sdk(6606)} << "chooser: over the main window";
+        QTest::newRow("invalid SIM, frame, 6606") << twoInvalid << beforeFrame + Steps{frame, fromHere, sdk(6606)} << "chooser: over the main window";
+
+        // A PIN status still at "protection off" on a SIM that reports 240 counts
+        // as ready when the frame comes up; any other status read from the card stays.
+        QTest::newRow("6012 reads protection off") << Cards{card("Card A", 240)} << Steps{sdk(6012)} << "pin status: 8";
+        QTest::newRow("6012 reads PIN required") << Cards{card("Card A", 240, 2, true)} << Steps{sdk(6012)} << "pin status: 2";
+        QTest::newRow("SIM 240, protection off, frame") << Cards{card("Card A", 240)} << Steps{sdk(6012), frame} << "pin status: 0";
+        QTest::newRow("SIM 1, protection off, frame") << Cards{card("Card A", 1)} << Steps{sdk(6012), frame} << "pin status: 8";
+        QTest::newRow("SIM 240, PIN required, frame") << Cards{card("Card A", 240, 2, true)} << Steps{sdk(6012), frame} << "pin status: 2";
+
+        // Choosing another card reloads the plug-ins tied to it; the container sees
+        // no change for either card, so only a forced reload tells the plug-ins.
+        QTest::newRow("choice UIM to SIM") << choice(1, 2) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 1 | current: Card B | type setting: 2 | reloads told: 1";
+        QTest::newRow("choice SIM to UIM") << choice(2, 1) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 2 | current: Card B | type setting: 1 | reloads told: 1";
+        QTest::newRow("choice SIM to SIM") << choice(2, 2) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 2 | current: Card B | type setting: 2 | reloads told: 0";
+        QTest::newRow("choice unknown to SIM") << choice(3, 2) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 3 | current: Card B | type setting: 2 | reloads told: 0";
+        QTest::newRow("choice UIM to unknown") << choice(1, 3) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 1 | current: Card B | type setting: 3 | reloads told: 0";
+
+        // The invalid-SIM message names the kind of card, as the settings may put it.
+        const QString invalid = "notify: broadcast 579 0 0 | type asked: 1 | messages: icon 1 over the main window: '" + simInvalid + "'";
+        const Steps invalidAfterFrame = {frame, fromHere, sdk(6002)};
+        QTest::newRow("6002 after frame, SIM card") << simCard << invalidAfterFrame << invalid.arg("SIM/USIM");
+        QTest::newRow("6002 after frame, UIM card") << uimCard << invalidAfterFrame << invalid.arg("UIM");
+        QTest::newRow("SIM card, simtype set") << simCard << Steps{setting("simtype=USIM")} + invalidAfterFrame << invalid.arg("USIM");
+        QTest::newRow("UIM card, uimtype set") << uimCard << Steps{setting("uimtype=R-UIM")} + invalidAfterFrame << invalid.arg("R-UIM");
+        QTest::newRow("UIM card ignores simtype") << uimCard << Steps{setting("simtype=USIM")} + invalidAfterFrame << invalid.arg("UIM");
+        QTest::newRow("SIM card ignores uimtype") << simCard << Steps{setting("uimtype=R-UIM")} + invalidAfterFrame << invalid.arg("SIM/USIM");
+        QTest::newRow("type unknown counts as SIM") << uimCard << Steps{frame, fault("UTPS_DevSrv_GetProductType"), fromHere, sdk(6002)} << invalid.arg("SIM/USIM");
+        // Without a text there is nothing to name: the card is not asked.
+        QTest::newRow("no text") << uimCard << Steps{frame, language("none"), fromHere, sdk(6002)} << "notify: broadcast 579 0 0 | type asked: 0 | messages: icon 1 over the main window: ''";
         // clang-format on
     }
-    void flagTable()
+    void handling()
     {
-        QFETCH(int, card);
+        QFETCH(Cards, cards);
         QFETCH(Steps, steps);
-        QFETCH(QString, state);
+        QFETCH(QString, facts);
 
-        QList<sim::CardConfig> cards;
-        if (card >= 0)
-            cards.append(cardConfig("Card A", 2, card));
         CDeviceMgrService* service = startWith(cards);
         QVERIFY(service);
         QVERIFY(deliver(steps));
-        QCOMPARE(stateOf(service), state);
-    }
-    void nothingShownUntilFrameShown_data()
-    {
-        QTest::addColumn<int>("simStatus");
-        QTest::addColumn<bool>("validSim");
-        QTest::newRow("ready card") << 1 << true;
-        QTest::newRow("invalid SIM") << 0 << false;
-    }
-    void nothingShownUntilFrameShown()
-    {
-        QFETCH(int, simStatus);
-        QFETCH(bool, validSim);
-
-        CDeviceMgrService* service =
-            startWith({cardConfig("Card A", 2, simStatus), cardConfig("Card B", 2)});
-        QVERIFY(service);
-        // Each of these shows something once the frame is up.
-        QVERIFY(deliver({{6606}, {6600}, {6501}}));
-        QVERIFY(m_host->messages().isEmpty());
-        QVERIFY(!service->infoDialog());
-        QVERIFY(!service->chooser());
-        QCOMPARE(service->currentDeviceName(), QString());
-        QCOMPARE(service->validSim(), validSim); // the state is kept all the same
-        Transcript::instance().clear();
-
-        QVERIFY(deliver({{NTF_FRAME_SHOWN}}));
-
-        QCOMPARE(service->currentDeviceName(), QStringLiteral("Card A"));
-        QCOMPARE(records("subscribe").size(), 4);
-        QCOMPARE(shownInfo(service),
-                 validSim ? CDeviceMgrService::tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY"))
-                          : QString());
-        QCOMPARE(m_host->messages().size(), validSim ? 0 : 1);
-        QCOMPARE(records("notify").contains(broadcast(579)), !validSim);
-        // The card in use is ready: the frame itself shows no chooser.
-        QVERIFY(service->chooser());
-        QVERIFY(!chooserVisible(service));
-
-        // With the chooser made, a detection with two cards shows it.
-        QVERIFY(deliver({{6606}}));
-        QVERIFY(chooserVisible(service));
-        QCOMPARE(service->chooser()->dialog()->parentWidget(), m_host->mainWindow());
-    }
-    void frameShownPinStatus_data()
-    {
-        QTest::addColumn<int>("simStatus");
-        QTest::addColumn<bool>("pinEnabled");
-        QTest::addColumn<int>("pinStatus");
-        QTest::newRow("SIM 240, protection off") << 240 << false << 0;
-        QTest::newRow("SIM 1, protection off") << 1 << false << 8;
-        QTest::newRow("SIM 240, PIN required") << 240 << true << 2;
-    }
-    // A PIN status still at "protection off" on a SIM that reports 240 counts as
-    // ready when the frame comes up; any other status read from the card stays.
-    void frameShownPinStatus()
-    {
-        QFETCH(int, simStatus);
-        QFETCH(bool, pinEnabled);
-        QFETCH(int, pinStatus);
-
-        sim::CardConfig card = cardConfig("Card A", 2, simStatus);
-        card.sim.pinEnabled = pinEnabled;
-        CDeviceMgrService* service = startWith({card});
-        QVERIFY(service);
-        QVERIFY(deliver({{6012}})); // reads the card's PIN status
-        QCOMPARE(service->pinStatus(), pinEnabled ? 2 : 8);
-        QVERIFY(deliver({{NTF_FRAME_SHOWN}}));
-        QCOMPARE(service->pinStatus(), pinStatus);
-    }
-    void eventOutcome_data()
-    {
-        QTest::addColumn<Step>("event");
-        QTest::addColumn<QStringList>("notified");
-        QTest::addColumn<QStringList>("menu");
-        QTest::addColumn<QString>("info");  // key of the pop-up text; empty: none
-        QTest::addColumn<QString>("trace"); // with the host's flag set: the drop line
-
-        const QStringList none;
-        const QStringList refresh = {"RefreshMenu"};
-        const QStringList disable = {"RefreshDeviceMenu", "DisableDeviceMenu"};
-        const QString ready = broadcast(578);
-        const QString notReady = broadcast(579);
-        // clang-format off
-        QTest::newRow("6619 word 0")   << Step{6619, 0}   << QStringList{notReady} << refresh << "" << "";
-        QTest::newRow("6619 word 1")   << Step{6619, 1}   << QStringList{ready}    << refresh << "" << "";
-        QTest::newRow("6619 word 254") << Step{6619, 254} << QStringList{ready}    << refresh << "" << "";
-        QTest::newRow("6619 word 255") << Step{6619, 255} << QStringList{notReady} << refresh << "" << "";
-        QTest::newRow("6619 word 256") << Step{6619, 256} << QStringList{notReady} << refresh << "" << "";
-        QTest::newRow("6601 reject: pop-up") << Step{6601} << QStringList{notReady} << disable << "IDS_DEVICE_INVALID" << "";
-        QTest::newRow("6604 switch: none")   << Step{6604} << QStringList{notReady} << disable << "" << "";
-        QTest::newRow("6008 during shut-down") << Step{6008} << none << none << "" << "signals ignored: App Shutting down ";
-        QTest::newRow("6600 during shut-down") << Step{6600} << none << none << "" << "Events ignored: App Shutting down ";
-        // clang-format on
-    }
-    void eventOutcome()
-    {
-        QFETCH(Step, event);
-        QFETCH(QStringList, notified);
-        QFETCH(QStringList, menu);
-        QFETCH(QString, info);
-        QFETCH(QString, trace);
-
-        CDeviceMgrService* service = startWith({cardConfig("Card A", 1)}, true);
-        QVERIFY(service);
-        service->hideInfoDlg(); // only what the event itself shows counts
-        Transcript::instance().clear();
-        m_host->clearMessages();
-        TraceCapture lines;
-        if (!trace.isEmpty()) // the host's flag only, not the intake's
-            CommonUtils::SetShutDownFlag();
-        QVERIFY(deliver({event}));
-        CommonUtils::ResetShutDownFlag();
-
-        QCOMPARE(records("notify"), notified);
-        QCOMPARE(records("menu"), menu);
-        QVERIFY(m_host->messages().isEmpty());
-        QCOMPARE(shownInfo(service), info.isEmpty() ? QString() : CDeviceMgrService::tr(info));
-        QVERIFY(info.isEmpty() || service->infoTimer()->interval() == 3000);
-        QVERIFY(trace.isEmpty() || lines.contains(trace));
-        if (event.code == 6601 || event.code == 6604)
-            QCOMPARE(service->previousDeviceName(), QStringLiteral("Card A"));
-    }
-    void invalidSimMessageNamesTheCard_data()
-    {
-        QTest::addColumn<int>("productType");
-        QTest::addColumn<QString>("setting"); // "customize" key=value
-        QTest::addColumn<bool>("typeQueryFails");
-        QTest::addColumn<QString>("word"); // empty: no translated text at all
-
-        QTest::newRow("SIM card") << 2 << "" << false << "SIM/USIM";
-        QTest::newRow("UIM card") << 1 << "" << false << "UIM";
-        QTest::newRow("SIM card, simtype set") << 2 << "simtype=USIM" << false << "USIM";
-        QTest::newRow("UIM card, uimtype set") << 1 << "uimtype=R-UIM" << false << "R-UIM";
-        QTest::newRow("UIM card ignores simtype") << 1 << "simtype=USIM" << false << "UIM";
-        QTest::newRow("SIM card ignores uimtype") << 2 << "uimtype=R-UIM" << false << "SIM/USIM";
-        QTest::newRow("type unknown counts as SIM") << 1 << "" << true << "SIM/USIM";
-        // Without a text there is nothing to name: the card is not asked.
-        QTest::newRow("no text") << 1 << "" << false << "";
-    }
-    void invalidSimMessageNamesTheCard()
-    {
-        QFETCH(int, productType);
-        QFETCH(QString, setting);
-        QFETCH(bool, typeQueryFails);
-        QFETCH(QString, word);
-
-        if (!setting.isEmpty())
-            CommonUtils::SetSettings("customize", setting.section('=', 0, 0),
-                                     setting.section('=', 1));
-        QVERIFY(startWith({cardConfig("Card A", productType)}, true));
-        m_host->clearMessages();
-        Transcript::instance().clear();
-        m_host->card().clearCallLog();
-        if (typeQueryFails)
-            m_host->card().setFault("UTPS_DevSrv_GetProductType", 1, 1);
-        QVERIFY(Change::SetLanguage(word.isEmpty() ? "none" : "en"));
-
-        QVERIFY(deliver({{6002}}));
-
-        QCOMPARE(records("notify").value(0), broadcast(579));
-        QCOMPARE(m_host->messages().size(), 1);
-        const MessageRequest request = m_host->messages().first();
-        QCOMPARE(request.icon, QMessageBox::Information);
-        QCOMPARE(request.parent, m_host->mainWindow());
-        QCOMPARE(callCount("UTPS_DevSrv_GetProductType"), word.isEmpty() ? 0 : 1);
-        QString expected = CDeviceMgrService::tr(QStringLiteral("IDS_SIM_INVALID"));
-        QCOMPARE(expected.count("%s"), word.isEmpty() ? 0 : 2);
-        QCOMPARE(request.text, expected.replace("%s", word));
-    }
-    void deviceChangeReloadsPlugins_data()
-    {
-        QTest::addColumn<int>("fromType");
-        QTest::addColumn<int>("toType");
-        QTest::addColumn<bool>("fullReload");
-        QTest::newRow("UIM to SIM") << 1 << 2 << true;
-        QTest::newRow("SIM to UIM") << 2 << 1 << true;
-        QTest::newRow("SIM to SIM") << 2 << 2 << false;
-        QTest::newRow("unknown to SIM") << 3 << 2 << false;
-        QTest::newRow("UIM to unknown") << 1 << 3 << false;
-    }
-    void deviceChangeReloadsPlugins()
-    {
-        QFETCH(int, fromType);
-        QFETCH(int, toType);
-        QFETCH(bool, fullReload);
-
-        CDeviceMgrService* service =
-            startWith({cardConfig("Card A", fromType), cardConfig("Card B", toType)}, true);
-        QVERIFY(service);
-        Transcript::instance().clear();
-        const _UTPS_ST_MULTI_DEVICE_INFO devices = service->uiLogic()->GetDeviceInfo();
-        QCOMPARE(devices.nDevNum, 2);
-        QCOMPARE(service->uiLogic()->SelectDevice(devices.stDevInfo[1]), 0);
-        QVERIFY(m_host->waitForEvents());
-
-        QCOMPARE(service->previousProductType(), fromType);
-        QCOMPARE(service->currentDeviceName(), QStringLiteral("Card B"));
-        QCOMPARE(CommonUtils::GetSettings(QStringLiteral("Device"), QStringLiteral("ProductType")),
-                 QString::number(toType));
-        // The container sees no change for either card: only a forced reload goes
-        // on to tell the plug-ins.
-        QCOMPARE(records("notify").filter(QStringLiteral("broadcast 585 ")).size(),
-                 fullReload ? 1 : 0);
+        const QMap<QString, QString> seen = observe(service);
+        for (const QString& fact : facts.split(" | ")) {
+            const QString what = fact.section(": ", 0, 0);
+            QVERIFY2(seen.contains(what), qPrintable(what));
+            QCOMPARE(what + ": " + seen.value(what), fact);
+        }
     }
 };
 

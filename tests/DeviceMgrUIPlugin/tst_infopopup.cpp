@@ -24,10 +24,13 @@ int visibleInfoDialogs()
     return count;
 }
 
-QString labelText(ExtendDialog* dialog)
+// Shows `text` for `ms` and answers the box that shows it, with its text.
+QPair<ExtendDialog*, QString> show(CDeviceMgrService* service, QString text, int ms)
 {
-    auto* label = dialog->findChild<QLabel*>(QStringLiteral("DeviceMgrUI_labelInfoLabel"));
-    return label ? label->text() : QStringLiteral("<no label>");
+    service->showInfoDlg(text, ms);
+    ExtendDialog* dialog = service->infoDialog();
+    auto* label = dialog ? dialog->findChild<QLabel*>("DeviceMgrUI_labelInfoLabel") : nullptr;
+    return {dialog, label ? label->text() : QString()};
 }
 
 } // namespace
@@ -41,42 +44,32 @@ private slots:
     {
         HostFixture host;
         CDeviceMgrService* service = host.startService();
-        QString first = QStringLiteral("device detected");
-        service->showInfoDlg(first, 10000);
-        QPointer<ExtendDialog> dialog = service->infoDialog();
-        QVERIFY(dialog);
-        QCOMPARE(dialog->objectName(), QStringLiteral("DeviceMgrUI_dialogInfoDlg"));
+        const auto [first, text] = show(service, "device detected", 10000);
+        QPointer<ExtendDialog> dialog = first;
+        QCOMPARE(text, QStringLiteral("device detected"));
         QCOMPARE(dialog->size(), QSize(310, 120));
         QVERIFY(dialog->isModal());
         QCOMPARE(dialog->parentWidget(), host.mainWindow());
-        QCOMPARE(labelText(dialog), first);
 
-        QString second = QStringLiteral("initialising");
-        service->showInfoDlg(second, 100);
-        QCOMPARE(service->infoDialog(), dialog.data());
+        const auto replaced = qMakePair(first, QStringLiteral("initialising"));
+        QCOMPARE(show(service, "initialising", 100), replaced);
         QCOMPARE(visibleInfoDialogs(), 1);
-        QCOMPARE(labelText(dialog), second);
         // The new, shorter duration is the one that runs out, deleting the box.
         QTRY_VERIFY_WITH_TIMEOUT(dialog.isNull(), 2000);
         QVERIFY(!service->infoDialog());
 
         // The expiry dropped the timer's connections: the next show must connect
         // again or this box would stay for ever.
-        QString again = QStringLiteral("more news");
-        service->showInfoDlg(again, 50);
+        QCOMPARE(show(service, "more news", 50).second, QStringLiteral("more news"));
         QPointer<ExtendDialog> next = service->infoDialog();
-        QVERIFY(next);
-        QVERIFY(next->isVisible());
-        QCOMPARE(labelText(next), again);
+        QVERIFY(next && next->isVisible());
         QTRY_VERIFY_WITH_TIMEOUT(next.isNull(), 2000);
     }
     void hideKeepsHiddenDialogAndDropsVisibleOne()
     {
         HostFixture host;
         CDeviceMgrService* service = host.startService();
-        QString text = QStringLiteral("news");
-        service->showInfoDlg(text, 10000);
-        QPointer<ExtendDialog> dialog = service->infoDialog();
+        QPointer<ExtendDialog> dialog = show(service, "news", 10000).first;
         QVERIFY(dialog);
         dialog->hide();
         host.card().raiseEvent(6000, std::nullopt);
@@ -90,10 +83,7 @@ private slots:
         QCOMPARE(service->infoDialog(), dialog.data());
 
         // The kept dialog is the one shown next; hidden while visible, it goes.
-        QString next = QStringLiteral("next");
-        service->showInfoDlg(next, 10000);
-        QCOMPARE(service->infoDialog(), dialog.data());
-        QCOMPARE(labelText(dialog), next);
+        QCOMPARE(show(service, "next", 10000), qMakePair(dialog.data(), QStringLiteral("next")));
         QCOMPARE(visibleInfoDialogs(), 1);
         service->hideInfoDlg();
         QVERIFY(!service->infoDialog());
@@ -114,10 +104,8 @@ private slots:
 
         HostFixture host;
         CDeviceMgrService* service = host.startService();
-        QCOMPARE(service->createVerifyPINDlg(), 0);
-        QCOMPARE(service->createPINDlg(), 0);
-        QCOMPARE(service->createPUKDlg(), 0);
-        QCOMPARE(service->createModifyDlg(), 0);
+        QVERIFY(!service->createVerifyPINDlg() && !service->createPINDlg() &&
+                !service->createPUKDlg() && !service->createModifyDlg());
         service->ShowChooseDevice();
         QPointer<ChooseDevExtendDialog> chooser = service->chooser()->dialog();
         QVERIFY(chooser);

@@ -3,21 +3,7 @@
 #include "HostFixture.h"
 #include "sim/VirtualCard.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
-
-namespace {
-
-bool writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-           file.write(content) == content.size();
-}
-
-} // namespace
 
 class TestLastUsedDevice : public QObject
 {
@@ -49,7 +35,6 @@ private slots:
         QTest::newRow("directory without separator") << valid << false << false << "A";
         QTest::newRow("SDK failure") << valid << true << true << "";
     }
-
     void lastUsedName()
     {
         QFETCH(QByteArray, content);
@@ -59,14 +44,18 @@ private slots:
         HostFixture host;
         QTemporaryDir root;
         const QString folder = root.path() + "/data";
-        QVERIFY(QDir().mkpath(folder));
-        // A decoy inside the folder, read only by a reader that adds its own separator.
-        QVERIFY(writeFile(folder + "/localdeviceinfo.xml", R"(<d><item id="Decoy">1</item></d>)"));
         const QString directory = separator ? folder + "/" : folder;
+        QVERIFY(QDir().mkpath(folder));
+        const auto write = [](const QString& path, const QByteArray& text) {
+            QFile file(path + "localdeviceinfo.xml");
+            return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+        };
+        // A decoy inside the folder, read only by a reader that adds its own separator.
+        QVERIFY(write(folder + "/", R"(<d><item id="Decoy">1</item></d>)"));
         if (content.isNull())
             QVERIFY(QFile::remove(folder + "/localdeviceinfo.xml"));
         else
-            QVERIFY(writeFile(directory + "localdeviceinfo.xml", content));
+            QVERIFY(write(directory, content));
 
         sim::HostConfig config = host.card().host();
         config.userDataDir = directory.toStdString();

@@ -1,6 +1,7 @@
 // The PIN workflow against the virtual card: what OK in each PIN dialog leads
 // to, and when PIN checks open nothing. The plain right and wrong entries are
-// played by the scenarios pin_startup, puk_unblock and change_pin.
+// played by the scenarios pin_startup, puk_unblock and change_pin, which also
+// find the fields by name; here they go in the order a person fills them.
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
 #include "LineEdit.h"
@@ -10,7 +11,6 @@
 #include <Change.h>
 #include <SiblingInterfaces.h>
 
-#include <QHash>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -37,328 +37,281 @@ QString notesSince(const HostFixture& host, int from)
             code += ">mini";
         else if (!note.startsWith("broadcast"))
             code = note;
-        if (codes.isEmpty() || codes.last() != code)
+        if (codes.value(codes.size() - 1) != code)
             codes.append(code);
     }
     return codes.join(' ');
 }
 
-// PIN, PUK and change requests that reached the card (Verify-, Enable-,
-// Disable-, Unblock-, ChangePin).
-int requestCalls()
-{
-    int count = 0;
-    for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog())
-        count += QString::fromStdString(call.function).endsWith("Pin") ? 1 : 0;
-    return count;
-}
-
-// Per dialog: its entry fields in the order a person fills them, then its
-// tries label.
-const QHash<QString, QStringList> kNames = {
-    {"verify", {"DeviceMgrUI_VerifyeditPINText", "DeviceMgrUI_VerifyPINTimes"}},
-    {"enable", {"DeviceMgrUI_dialogInfoDlg", "DeviceMgrUI_m_plabelPINTimes"}},
-    {"disable", {"DeviceMgrUI_dialogInfoDlg", "DeviceMgrUI_m_plabelPINTimes"}},
-    {"puk",
-     {"DeviceMgrUI_editPUKText", "DeviceMgrUI_editPUKPINText", "DeviceMgrUI_editConfirmPUKPINText",
-      "DeviceMgrUI_labelPUKTimes"}},
-    {"modify",
-     {"DeviceMgrUI_editCurrPINText", "DeviceMgrUI_editNewPINText",
-      "DeviceMgrUI_editConfirmNewPINText", "DeviceMgrUI_labelModTimes"}},
-};
-
-// Types `entries` into the fields of `dialog`; returns what the fields then hold.
-QString fill(QWidget* dialog, const QString& which, const QStringList& entries = {})
+// Types `entries` into the dialog's fields; returns what the fields then hold.
+QString fill(QWidget* dialog, const QStringList& entries = {})
 {
     QString held;
-    const QStringList names = kNames.value(which);
-    for (int i = 0; i + 1 < names.size(); ++i) {
-        auto* edit = dialog->findChild<LineEdit*>(names[i]);
-        if (!edit)
-            return "<no " + names[i] + ">";
-        QTest::keyClicks(edit, entries.value(i));
-        held += edit->text();
+    const QList<LineEdit*> fields = dialog->findChildren<LineEdit*>();
+    for (int i = 0; i < fields.size(); ++i) {
+        QTest::keyClicks(fields[i], entries.value(i));
+        held += fields[i]->text();
     }
     return held;
 }
 
-// OK and Cancel by their texts: the enable/disable dialog names both alike.
-QPushButton* buttonOf(QWidget* dialog, const QString& key)
+// By its text: the enable/disable dialog names OK and Cancel alike.
+QPushButton* okOf(QWidget* dialog)
 {
     for (QPushButton* button : dialog->findChildren<QPushButton*>()) {
-        if (button->text() == textOf(key))
+        if (button->text() == textOf("IDS_MAINFRM_OK_PROMPT"))
             return button;
     }
     return nullptr;
 }
 
-sim::CardConfig card(bool pinEnabled, int pinRetries = 3, int pukRetries = 10)
+// A row of okOutcomes, whose name starts with the dialog: the dialog as a
+// person meets it with `tries` left (PUK tries for the PUK dialog, PIN tries
+// for the others), the entries and what else happens.
+struct Given
 {
-    sim::CardConfig config;
-    config.sim = {1, "262019876543210", "1234", "12345678", pinEnabled, pinRetries, pukRetries};
-    return config;
-}
+    int tries = 3;
+    QString twist = {}; // call, unknown (no count back), none (no language), privilege
+    QString entries = {};
+};
 
-// A row of okOutcomes; the name starts with the dialog. `tries` counts PUK
-// tries for the PUK dialog, PIN tries for the others; `after` is what becomes
-// of the dialog: "stays", "closed", or "PUK" (closed for the PUK dialog).
-void addOutcome(const char* name, int tries, const char* twist, const char* entries,
-                const char* message, bool parented, const char* after, const char* triesAfter,
-                bool validAfter, const char* cardAfter, const char* notes)
+// What else OK leads to, beyond the one message box (a key or the text as
+// shown; empty: none).
+struct Then
 {
-    const QString which = QString(name).section(' ', 0, 0).remove(',');
-    QTest::newRow(name) << which << tries << QString(twist) << QString(entries).split(' ')
-                        << textOf(message) << parented << QString(after) << textOf(triesAfter)
-                        << validAfter << QString(cardAfter) << QString(notes);
+    bool onDialog = true;   // the box's parent is the dialog
+    QString staysWith = {}; // the dialog stays with this in its tries label; empty: closed
+    bool toPuk = false;     // the PUK dialog opens (or stays)
+    bool valid = false;
+    bool pinOn = true;  // PIN protection; the PIN itself is always 1234 after
+    QString notes = {}; // as notesSince() writes them
+};
+
+void row(const char* name, const Given& given, const QString& message, const Then& then)
+{
+    QTest::newRow(name) << given << message << then;
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Given)
+Q_DECLARE_METATYPE(Then)
 
 class tst_PinWorkflow : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void cleanup();
-    void okOutcomes_data();
-    void okOutcomes();
-    void checkPinLeavesAnActivePinOrPukWindowAlone_data();
-    void checkPinLeavesAnActivePinOrPukWindowAlone();
-    void launchBeforeTheFramePublishesValidityOnly_data();
-    void launchBeforeTheFramePublishesValidityOnly();
-
-private:
-    void start(const sim::CardConfig& config, bool showFrame = true);
-    // The dialog as a person meets it: the start-up prompt for the PIN and the
-    // PUK; the others opened through IDeviceMgr, after the PIN was entered
-    // where protection is on and with `tries` left.
-    QDialog* open(const QString& which, int tries, const QString& twist = QString());
-
     std::unique_ptr<HostFixture> m_host;
     CDeviceMgrService* m_service = nullptr;
-};
 
-void tst_PinWorkflow::cleanup()
-{
-    m_service = nullptr;
-    m_host.reset();
-}
-
-void tst_PinWorkflow::start(const sim::CardConfig& config, bool showFrame)
-{
-    m_host = std::make_unique<HostFixture>();
-    m_host->card().addCard(config);
-    m_service = m_host->startService();
-    QVERIFY(m_host->waitForEvents());
-    if (showFrame) {
-        m_host->frameShown();
+    void start(const sim::CardConfig& config, bool showFrame = true)
+    {
+        m_host = std::make_unique<HostFixture>();
+        m_host->card().addCard(config);
+        m_service = m_host->startService();
         QVERIFY(m_host->waitForEvents());
+        if (showFrame) {
+            m_host->frameShown();
+            QVERIFY(m_host->waitForEvents());
+        }
+        m_host->clearMessages();
     }
-    m_host->clearMessages();
-}
 
-QDialog* tst_PinWorkflow::open(const QString& which, int tries, const QString& twist)
-{
-    if (which == "verify") {
-        start(card(true, tries));
-        return m_service->verifyPinDialog();
-    }
-    if (which == "puk") {
-        sim::CardConfig config = card(true, 0, tries);
-        config.wwanPrivilege = twist.contains("privilege");
-        // A SIM the card no longer reports as usable: its PUK count is lost.
-        config.sim.status = twist == "unknown" ? 0 : 1;
+    // The start-up prompt for the PIN and the PUK; the others opened through
+    // IDeviceMgr, after the PIN was entered where protection is on.
+    QDialog* open(const QString& which, int tries, const QString& twist = QString())
+    {
+        const bool puk = which == "puk", later = which == "disable" || which == "modify";
+        // A SIM the card no longer reports as usable loses its PUK count.
+        sim::CardConfig config;
+        config.sim = {.status = puk && twist == "unknown" ? 0 : 1,
+                      .pinEnabled = which != "enable",
+                      .pinRetries = puk ? 0 : (later ? 3 : tries),
+                      .pukRetries = puk ? tries : 10};
+        config.wwanPrivilege = twist == "privilege";
         start(config);
-        if (!m_service->pukDialog())
+        if (puk && !m_service->pukDialog())
             m_service->UnlockPIN();
-        return m_service->pukDialog();
+        if (which == "enable")
+            m_service->EnablePIN();
+        if (later) {
+            SimDlg* prompt = m_service->verifyPinDialog();
+            if (!prompt)
+                return nullptr;
+            fill(prompt, {"1234"});
+            QTest::mouseClick(okOf(prompt), Qt::LeftButton);
+            for (int left = 3; left > tries; --left)
+                UTPS_DevSrv_ChangePin(0, "9999", "1111");
+            if (!m_host->waitForEvents() || !m_service->validPinState())
+                return nullptr;
+            m_host->clearMessages();
+            which == "disable" ? m_service->DisablePIN() : m_service->ModifyPIN();
+        }
+        return which == "verify"   ? m_service->verifyPinDialog()
+               : puk               ? m_service->pukDialog()
+               : which == "modify" ? m_service->modifyDialog()
+                                   : m_service->pinDialog();
     }
-    if (which == "enable") {
-        start(card(false, tries));
-        m_service->EnablePIN();
-        return m_service->pinDialog();
+
+private slots:
+    void cleanup()
+    {
+        m_service = nullptr;
+        m_host.reset();
     }
-    start(card(true));
-    SimDlg* prompt = m_service->verifyPinDialog();
-    if (!prompt)
-        return nullptr;
-    fill(prompt, "verify", {"1234"});
-    QTest::mouseClick(buttonOf(prompt, "IDS_MAINFRM_OK_PROMPT"), Qt::LeftButton);
-    for (int left = 3; left > tries; --left)
-        UTPS_DevSrv_ChangePin(0, "9999", "1111");
-    if (!m_host->waitForEvents() || !m_service->validPinState())
-        return nullptr;
-    m_host->clearMessages();
-    if (which == "disable")
-        m_service->DisablePIN();
-    else
-        m_service->ModifyPIN();
-    return which == "disable" ? m_service->pinDialog() : m_service->modifyDialog();
-}
 
-void tst_PinWorkflow::okOutcomes_data()
-{
-    QTest::addColumn<QString>("which");
-    QTest::addColumn<int>("tries");
-    QTest::addColumn<QString>("twist");
-    QTest::addColumn<QStringList>("entries");
-    QTest::addColumn<QString>("message"); // empty: no message box
-    QTest::addColumn<bool>("parented");   // the box sits on the dialog
-    QTest::addColumn<QString>("after");
-    QTest::addColumn<QString>("triesAfter");
-    QTest::addColumn<bool>("validAfter");
-    QTest::addColumn<QString>("cardAfter"); // the SIM's PIN, protection on/off
-    QTest::addColumn<QString>("notes");
-
-    const char* right = "12345678 4321 4321";
-    const char* wrong = "87654321 4321 4321";
-    const char* calling = "IDS_PROMPT_CALLING_DISABLE";
-    addOutcome("verify, count unknown", 3, "unknown", "9999", "", false, "closed", "", false,
-               "1234 on", "1027>mini");
-    addOutcome("verify during a call", 3, "call", "1234", calling, true, "closed", "", false,
-               "1234 on", "");
-    addOutcome("puk exhausted", 1, "", wrong, "IDS_MSG_CARD_BLOCKED", false, "closed", "", false,
-               "1234 on", "");
-    addOutcome("puk exhausted, key missing", 1, "none", wrong,
-               "The Data card is permanently blocked. Please contact your Operator", false,
-               "closed", "", false, "1234 on", "");
-    addOutcome("puk refused (6000)", 10, "privilege", right, "IDS_MSG_WWAN_PRIVILIGE", false,
-               "closed", "", false, "1234 on", "");
-    addOutcome("puk, count unknown", 10, "unknown", wrong, "", false, "stays",
-               "IDS_MAINFRM_UNKNOWN", false, "1234 on", "");
-    addOutcome("puk during a call", 10, "call", right, calling, true, "closed", "", false,
-               "1234 on", "");
-    addOutcome("enable right", 3, "", "1234", "IDS_MAINFRM_ENABLEPIN_SUCCESS", true, "closed", "",
-               true, "1234 on", "1027>mini");
-    addOutcome("enable wrong, tries left", 3, "", "9999", "IDS_PIN_ENABLE_FAILED", true, "stays",
-               "PIN attempts remaining: 2", true, "1234 off", "1027>mini");
-    addOutcome("enable wrong, PIN locked", 1, "", "9999", "IDS_PIN_PIN_LOCKED", true, "PUK", "",
-               false, "1234 off", "1027>mini 579");
-    addOutcome("enable during a call", 3, "call", "1234", calling, true, "closed", "", true,
-               "1234 off", "");
-    addOutcome("disable wrong, tries left", 3, "", "9999", "IDS_PIN_DISABLE_FAILED", true, "stays",
-               "PIN attempts remaining: 2", true, "1234 on", "1027>mini");
-    addOutcome("disable wrong, PIN locked", 1, "", "9999", "IDS_PIN_PIN_LOCKED", true, "PUK", "",
-               false, "1234 on", "1027>mini 579");
-    addOutcome("modify wrong, tries left", 3, "", "9999 5678 5678", "IDS_PIN_CHANGE_FAILED", true,
-               "stays", "PIN attempts remaining: 2", true, "1234 on", "");
-    addOutcome("modify wrong, last try", 1, "", "9999 5678 5678", "IDS_PIN_CHANGE_FAILED", true,
-               "PUK", "", true, "1234 on", "");
-    addOutcome("modify during a call", 3, "call", "1234 5678 5678", calling, true, "closed", "",
-               true, "1234 on", "");
-}
-
-void tst_PinWorkflow::okOutcomes()
-{
-    QFETCH(QString, which);
-    QFETCH(int, tries);
-    QFETCH(QString, twist);
-    QFETCH(QStringList, entries);
-    QFETCH(QString, message);
-    QFETCH(bool, parented);
-    QFETCH(QString, after);
-    QFETCH(QString, triesAfter);
-    QFETCH(bool, validAfter);
-    QFETCH(QString, cardAfter);
-    QFETCH(QString, notes);
-
-    QPointer<QDialog> dialog = open(which, tries, twist);
-    QVERIFY(dialog && dialog->isVisible());
-    QCOMPARE(fill(dialog, which, entries), entries.join(QString()));
-    QPushButton* ok = buttonOf(dialog, "IDS_MAINFRM_OK_PROMPT");
-    QVERIFY(ok && ok->isEnabled());
-    if (twist == "call")
-        m_service->Notify(NTF_CALL_CONNECTED, 0, 0);
-    // The card takes the request but gives no count back.
-    if (twist == "unknown")
-        m_host->card().setFault(which == "puk" ? "UTPS_DevSrv_UnblockPin" : "UTPS_DevSrv_VerifyPin",
-                                -1, 1);
-    QVERIFY(Change::SetLanguage(twist == "none" ? "none" : "en"));
-    m_host->card().clearCallLog();
-    const int notesBefore = m_host->records("notify").size();
-    // PIN and PUK: a second click while the card works must find OK dead.
-    bool okLive = false;
-    m_host->card().setCallObserver([&](const sim::CallRecord&) { okLive |= ok->isEnabled(); });
-    QTest::mouseClick(ok, Qt::LeftButton);
-    m_host->card().setCallObserver({});
-    QVERIFY(!okLive || (which != "verify" && which != "puk"));
-
-    QCOMPARE(requestCalls(), twist == "call" ? 0 : 1);
-    const QList<MessageRequest> boxes = m_host->messages();
-    QCOMPARE(boxes.size(), message.isEmpty() ? 0 : 1);
-    if (!message.isEmpty()) {
-        QCOMPARE(boxes.first().text, message);
-        QCOMPARE(boxes.first().icon,
-                 twist == "call" ? QMessageBox::Warning : QMessageBox::Information);
-        QCOMPARE(boxes.first().parent, parented ? dialog.data() : nullptr);
+    void okOutcomes_data()
+    {
+        QTest::addColumn<Given>("given");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<Then>("then");
+        const QString right = "12345678 4321 4321", wrong = "87654321 4321 4321";
+        const QString twoLeft = "PIN attempts remaining: 2";
+        const QString calling = "IDS_PROMPT_CALLING_DISABLE";
+        row("verify, count unknown", {.twist = "unknown", .entries = "9999"}, "",
+            {.notes = "1027>mini"});
+        row("verify during a call", {.twist = "call", .entries = "1234"}, calling, {});
+        row("puk exhausted", {.tries = 1, .entries = wrong}, "IDS_MSG_CARD_BLOCKED",
+            {.onDialog = false});
+        row("puk exhausted, key missing", {.tries = 1, .twist = "none", .entries = wrong},
+            "The Data card is permanently blocked. Please contact your Operator",
+            {.onDialog = false});
+        row("puk refused (6000)", {.tries = 10, .twist = "privilege", .entries = right},
+            "IDS_MSG_WWAN_PRIVILIGE", {.onDialog = false});
+        row("puk, count unknown", {.tries = 10, .twist = "unknown", .entries = wrong}, "",
+            {.staysWith = "IDS_MAINFRM_UNKNOWN"});
+        row("puk during a call", {.tries = 10, .twist = "call", .entries = right}, calling, {});
+        row("enable right", {.entries = "1234"}, "IDS_MAINFRM_ENABLEPIN_SUCCESS",
+            {.valid = true, .notes = "1027>mini"});
+        row("enable wrong, tries left", {.entries = "9999"}, "IDS_PIN_ENABLE_FAILED",
+            {.staysWith = twoLeft, .valid = true, .pinOn = false, .notes = "1027>mini"});
+        row("enable wrong, PIN locked", {.tries = 1, .entries = "9999"}, "IDS_PIN_PIN_LOCKED",
+            {.toPuk = true, .pinOn = false, .notes = "1027>mini 579"});
+        row("enable during a call", {.twist = "call", .entries = "1234"}, calling,
+            {.valid = true, .pinOn = false});
+        row("disable wrong, tries left", {.entries = "9999"}, "IDS_PIN_DISABLE_FAILED",
+            {.staysWith = twoLeft, .valid = true, .notes = "1027>mini"});
+        row("disable wrong, PIN locked", {.tries = 1, .entries = "9999"}, "IDS_PIN_PIN_LOCKED",
+            {.toPuk = true, .notes = "1027>mini 579"});
+        row("modify wrong, tries left", {.entries = "9999 5678 5678"}, "IDS_PIN_CHANGE_FAILED",
+            {.staysWith = twoLeft, .valid = true});
+        row("modify wrong, last try", {.tries = 1, .entries = "9999 5678 5678"},
+            "IDS_PIN_CHANGE_FAILED", {.toPuk = true, .valid = true});
+        row("modify during a call", {.twist = "call", .entries = "1234 5678 5678"}, calling,
+            {.valid = true});
     }
-    QCOMPARE(dialog && dialog->isVisible(), after == "stays");
-    if (after == "stays") {
-        auto* label = dialog->findChild<QLabel*>(kNames.value(which).last());
-        QVERIFY(label);
-        QCOMPARE(label->text(), triesAfter);
-        QCOMPARE(fill(dialog, which), QString());
-        QVERIFY(!ok->isEnabled());
+
+    void okOutcomes()
+    {
+        QFETCH(Given, given);
+        QFETCH(QString, message);
+        QFETCH(Then, then);
+        const QString which = QString(QTest::currentDataTag()).section(' ', 0, 0).remove(',');
+        const QStringList entries = given.entries.split(' ');
+        QPointer<QDialog> dialog = open(which, given.tries, given.twist);
+        QVERIFY(dialog && dialog->isVisible());
+        message = textOf(message);
+        QCOMPARE(fill(dialog, entries), entries.join(QString()));
+        QPushButton* ok = okOf(dialog);
+        QVERIFY(ok && ok->isEnabled());
+        if (given.twist == "call")
+            m_service->Notify(NTF_CALL_CONNECTED, 0, 0);
+        // The card takes the request but gives no count back.
+        if (given.twist == "unknown")
+            m_host->card().setFault(
+                which == "puk" ? "UTPS_DevSrv_UnblockPin" : "UTPS_DevSrv_VerifyPin", -1, 1);
+        QVERIFY(Change::SetLanguage(given.twist == "none" ? "none" : "en"));
+        m_host->card().clearCallLog();
+        const int notesBefore = m_host->records("notify").size();
+        // PIN and PUK: a second click while the card works must find OK dead.
+        bool okLive = false;
+        m_host->card().setCallObserver([&](const sim::CallRecord&) { okLive |= ok->isEnabled(); });
+        QTest::mouseClick(ok, Qt::LeftButton);
+        m_host->card().setCallObserver({});
+        QVERIFY(!okLive || (which != "verify" && which != "puk"));
+
+        int requests = 0; // Verify-, Enable-, Disable-, Unblock- and ChangePin
+        for (const sim::CallRecord& call : m_host->card().callLog())
+            requests += QString::fromStdString(call.function).endsWith("Pin") ? 1 : 0;
+        QCOMPARE(requests, given.twist == "call" ? 0 : 1);
+        const QList<MessageRequest> boxes = m_host->messages();
+        QCOMPARE(boxes.size(), message.isEmpty() ? 0 : 1);
+        for (const MessageRequest& shown : boxes) {
+            QCOMPARE(shown.text, message);
+            QCOMPARE(shown.icon,
+                     given.twist == "call" ? QMessageBox::Warning : QMessageBox::Information);
+            QCOMPARE(shown.parent, then.onDialog ? dialog.data() : nullptr);
+        }
+        QCOMPARE(dialog && dialog->isVisible(), !then.staysWith.isEmpty());
+        if (!then.staysWith.isEmpty()) {
+            const char* label = which == "puk"      ? "DeviceMgrUI_labelPUKTimes"
+                                : which == "modify" ? "DeviceMgrUI_labelModTimes"
+                                                    : "DeviceMgrUI_m_plabelPINTimes";
+            QVERIFY(dialog->findChild<QLabel*>(label));
+            QCOMPARE(dialog->findChild<QLabel*>(label)->text(), textOf(then.staysWith));
+            QCOMPARE(fill(dialog), QString());
+            QVERIFY(!ok->isEnabled());
+        }
+        SimDlg* puk = m_service->pukDialog();
+        QCOMPARE(puk && puk != dialog && puk->isVisible(), then.toPuk);
+        if (then.toPuk)
+            QCOMPARE(m_service->pinState(), DEVMGR_UNLOCK_PIN);
+        QCOMPARE(m_service->validPinState(), then.valid);
+        QCOMPARE(notesSince(*m_host, notesBefore), then.notes);
+        const sim::SimConfig sim = m_host->card().card(0)->config.sim;
+        QCOMPARE(QString::fromStdString(sim.pin), "1234");
+        QCOMPARE(sim.pinEnabled, then.pinOn);
     }
-    SimDlg* puk = m_service->pukDialog();
-    QCOMPARE(puk && puk != dialog && puk->isVisible(), after == "PUK");
-    if (after == "PUK")
-        QCOMPARE(m_service->pinState(), DEVMGR_UNLOCK_PIN);
-    QCOMPARE(m_service->validPinState(), validAfter);
-    QCOMPARE(notesSince(*m_host, notesBefore), notes);
-    const sim::CardConfig now = m_host->card().card(0)->config;
-    QCOMPARE(QString::fromStdString(now.sim.pin) + (now.sim.pinEnabled ? " on" : " off"),
-             cardAfter);
-}
 
-void tst_PinWorkflow::checkPinLeavesAnActivePinOrPukWindowAlone_data()
-{
-    QTest::addColumn<QString>("which");
-    QTest::newRow("PIN window") << "enable";
-    QTest::newRow("PUK window") << "puk";
-}
+    void checkPinLeavesAnActivePinOrPukWindowAlone_data()
+    {
+        QTest::addColumn<QString>("which");
+        QTest::newRow("PIN window") << "enable";
+        QTest::newRow("PUK window") << "puk";
+    }
 
-void tst_PinWorkflow::checkPinLeavesAnActivePinOrPukWindowAlone()
-{
-    QFETCH(QString, which);
-    QDialog* dialog = open(which, which == "puk" ? 10 : 3);
-    QVERIFY(dialog);
-    dialog->activateWindow();
-    QTRY_VERIFY(dialog->isActiveWindow());
-    const E_DEVMGR_PIN_STATE before = m_service->pinState();
-    m_host->card().clearCallLog();
+    void checkPinLeavesAnActivePinOrPukWindowAlone()
+    {
+        QFETCH(QString, which);
+        QDialog* dialog = open(which, which == "puk" ? 10 : 3);
+        QVERIFY(dialog);
+        dialog->activateWindow();
+        QTRY_VERIFY(dialog->isActiveWindow());
+        const E_DEVMGR_PIN_STATE before = m_service->pinState();
+        m_host->card().clearCallLog();
 
-    m_service->checkPIN();
+        m_service->checkPIN();
 
-    QVERIFY(m_host->card().callLog().empty());
-    QCOMPARE(m_service->pinState(), before);
-    QVERIFY(dialog->isVisible());
-}
+        QVERIFY(m_host->card().callLog().empty());
+        QCOMPARE(m_service->pinState(), before);
+        QVERIFY(dialog->isVisible());
+    }
 
-void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly_data()
-{
-    QTest::addColumn<int>("state");
-    QTest::addColumn<bool>("valid");
-    QTest::addColumn<int>("notification");
-    QTest::newRow("ready") << int(DEVMGR_PIN_READY) << true << int(NTF_SIM_READY);
-    QTest::newRow("PIN needed") << int(DEVMGR_PIN_VERIFY) << false << int(NTF_SIM_NOT_READY);
-    QTest::newRow("PUK needed") << int(DEVMGR_UNLOCK_PIN) << false << int(NTF_SIM_NOT_READY);
-}
+    void launchBeforeTheFramePublishesValidityOnly_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<int>("notification");
+        QTest::newRow("ready") << int(DEVMGR_PIN_READY) << true << int(NTF_SIM_READY);
+        QTest::newRow("PIN needed") << int(DEVMGR_PIN_VERIFY) << false << int(NTF_SIM_NOT_READY);
+        QTest::newRow("PUK needed") << int(DEVMGR_UNLOCK_PIN) << false << int(NTF_SIM_NOT_READY);
+    }
 
-void tst_PinWorkflow::launchBeforeTheFramePublishesValidityOnly()
-{
-    QFETCH(int, state);
-    QFETCH(bool, valid);
-    QFETCH(int, notification);
-    start(card(false), false);
-    const int notesBefore = m_host->records("notify").size();
-    m_service->launchPinDlg(E_DEVMGR_PIN_STATE(state));
+    void launchBeforeTheFramePublishesValidityOnly()
+    {
+        QFETCH(int, state);
+        QFETCH(bool, valid);
+        QFETCH(int, notification);
+        start({}, false);
+        const int notesBefore = m_host->records("notify").size();
+        m_service->launchPinDlg(E_DEVMGR_PIN_STATE(state));
 
-    QCOMPARE(m_service->validPinState(), valid);
-    QCOMPARE(notesSince(*m_host, notesBefore), QString::number(notification));
-    QVERIFY(!m_service->verifyPinDialog());
-    QVERIFY(!m_service->pukDialog());
-}
+        QCOMPARE(m_service->validPinState(), valid);
+        QCOMPARE(notesSince(*m_host, notesBefore), QString::number(notification));
+        QVERIFY(!m_service->verifyPinDialog());
+        QVERIFY(!m_service->pukDialog());
+    }
+};
 
 QTEST_MAIN(tst_PinWorkflow)
 #include "tst_pinworkflow.moc"

@@ -2,18 +2,14 @@
 #include "DeviceMgrService.h"
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
-#include "PluginContainer.h"
-#include "Transcript.h"
 #include "sim/VirtualCard.h"
 
-#include <CommonUtils.h>
 #include <SiblingInterfaces.h>
 
 #include <QtTest>
 
-namespace {
-
-QStringList argsOf(const char* function)
+// The arguments of every call of `function`, in order.
+static QStringList argsOf(const char* function)
 {
     QStringList args;
     for (const sim::CallRecord& call : sim::VirtualCard::instance().callLog()) {
@@ -23,16 +19,9 @@ QStringList argsOf(const char* function)
     return args;
 }
 
-sim::CardConfig radioCard(bool supported, int sw)
-{
-    sim::CardConfig config;
-    config.rf.supported = supported;
-    config.rf.sw = sw;
-    config.rf.hw = 1;
-    return config;
-}
-
-} // namespace
+// switchable, state as the card reports it, switched on, failing request;
+// result, the set call's argument (if any), the card's software switch after
+using RfCase = std::tuple<bool, int, bool, QString, int, QString, int>;
 
 class TestRadioControl : public QObject
 {
@@ -40,53 +29,39 @@ class TestRadioControl : public QObject
 
     std::unique_ptr<HostFixture> m_host;
 
-    // The service started on one card and settled, transcript and call log emptied.
+    // The service started on one card and settled, call log emptied.
     CDeviceMgrService* startedService(const sim::CardConfig& config)
     {
         m_host->card().addCard(config);
         CDeviceMgrService* service = m_host->startService();
         if (!m_host->waitForEvents())
             return nullptr;
-        Transcript::instance().clear();
         m_host->card().clearCallLog();
         return service;
     }
 
-    QStringList notifications() const { return m_host->records("notify"); }
-
 private slots:
     void init() { m_host = std::make_unique<HostFixture>(); }
     void cleanup() { m_host.reset(); }
-
     void switchRfMode_data()
     {
-        QTest::addColumn<bool>("supported");
-        QTest::addColumn<int>("state"); // as the card reports it
-        QTest::addColumn<bool>("on");
-        QTest::addColumn<QString>("faultOn");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<QString>("setTo"); // the set call's argument, if any
-        QTest::addColumn<int>("after");     // the card's software switch afterwards
-        QTest::newRow("on, already on") << true << 1 << true << "" << 0 << "" << 1;
-        QTest::newRow("off, already off") << true << 0 << false << "" << 0 << "" << 0;
-        QTest::newRow("off from on") << true << 1 << false << "" << 0 << "0" << 0;
+        QTest::addColumn<RfCase>("row");
+        QTest::newRow("on, already on") << RfCase{true, 1, true, "", 0, "", 1};
+        QTest::newRow("off, already off") << RfCase{true, 0, false, "", 0, "", 0};
+        QTest::newRow("off from on") << RfCase{true, 1, false, "", 0, "0", 0};
         // Only exactly 0 and 1 count as being there already.
-        QTest::newRow("on from state 2") << true << 2 << true << "" << 0 << "1" << 1;
-        QTest::newRow("not switchable") << false << 0 << true << "" << 15 << "" << 0;
-        QTest::newRow("read fails") << true << 0 << true << "GetRFSwitch" << 1 << "" << 0;
-        QTest::newRow("set fails") << true << 0 << true << "SetRFSwitch" << 1 << "1" << 0;
+        QTest::newRow("on from state 2") << RfCase{true, 2, true, "", 0, "1", 1};
+        QTest::newRow("not switchable") << RfCase{false, 0, true, "", 15, "", 0};
+        QTest::newRow("read fails") << RfCase{true, 0, true, "GetRFSwitch", 1, "", 0};
+        QTest::newRow("set fails") << RfCase{true, 0, true, "SetRFSwitch", 1, "1", 0};
     }
-
     void switchRfMode()
     {
-        QFETCH(bool, supported);
-        QFETCH(int, state);
-        QFETCH(bool, on);
-        QFETCH(QString, faultOn);
-        QFETCH(int, result);
-        QFETCH(QString, setTo);
-        QFETCH(int, after);
-        QVERIFY(startedService(radioCard(supported, state)));
+        QFETCH(RfCase, row);
+        const auto& [supported, state, on, faultOn, result, setTo, after] = row;
+        sim::CardConfig config;
+        config.rf = {supported, state, 1};
+        QVERIFY(startedService(config));
         // The card itself only answers 0 or 1.
         if (state > 1)
             QVERIFY(m_host->card().overrideRfState(state));
@@ -97,19 +72,15 @@ private slots:
         QCOMPARE(argsOf("UTPS_DevSrv_SetRFSwitch").join(','), setTo);
         QCOMPARE(m_host->card().card(0)->config.rf.sw, after);
     }
-
     void detachSettings_data()
     {
         QTest::addColumn<QString>("value");
         QTest::addColumn<bool>("on");
-        QTest::newRow("Yes") << "Yes" << true;
-        QTest::newRow("y") << "y" << true;
-        QTest::newRow("ANY") << "ANY" << true;
-        QTest::newRow("no") << "no" << false;
-        QTest::newRow("1") << "1" << false;
-        QTest::newRow("empty") << "" << false;
+        for (const char* value : {"Yes", "y", "ANY"})
+            QTest::newRow(value) << value << true;
+        for (const char* value : {"no", "1", ""})
+            QTest::newRow(*value ? value : "empty") << value << false;
     }
-
     void detachSettings()
     {
         QFETCH(QString, value);
@@ -126,21 +97,9 @@ private slots:
         QCOMPARE(argsOf("UTPS_NetSrv_SetPSState"), on ? QStringList() : QStringList{"0"});
         QCOMPARE(m_host->card().card(0)->offline, on);
     }
-
-    void requestsWithoutAccessLayer()
+    void unstartedService_data()
     {
-        m_host->card().addCard(radioCard(true, 0));
-        // Created but never started: no access layer yet.
-        CDeviceMgrService* service = CDeviceMgrService::instance();
-        QCOMPARE(service->EnableRF(), 13);
-        QVERIFY(notifications().isEmpty());
-        QVERIFY(m_host->records("menu").isEmpty());
-        QCOMPARE(m_host->card().callLog().size(), size_t(0));
-    }
-
-    void rfSwitchEvents_data()
-    {
-        QTest::addColumn<QList<uint>>("events"); // hw, sw, hw, sw ...
+        QTest::addColumn<QList<uint>>("rf"); // RF switch events: hw, sw, hw, sw ...
         QTest::addColumn<QList<int>>("codes");
         QTest::addColumn<int>("lastSw");
         QTest::newRow("both on") << QList<uint>{1, 1} << QList<int>{577} << 1;
@@ -151,35 +110,32 @@ private slots:
             << QList<uint>{0, 0, 1, 0} << QList<int>{576, 580, 576, 580, 580} << 0;
         QTest::newRow("hw not exactly 1") << QList<uint>{2, 0} << QList<int>{576, 580} << 0;
     }
-
-    void rfSwitchEvents()
+    // Created but never started, the service has no access layer yet: radio
+    // requests do nothing, while RF switch and power events need none.
+    void unstartedService()
     {
-        QFETCH(QList<uint>, events);
+        QFETCH(QList<uint>, rf);
         QFETCH(QList<int>, codes);
         QFETCH(int, lastSw);
-        // The slot needs no access layer: a service that was never started.
+        sim::CardConfig radioOff;
+        radioOff.rf.sw = 0;
+        m_host->card().addCard(radioOff);
         CDeviceMgrService* service = CDeviceMgrService::instance();
-        QCOMPARE(service->lastSwRFState(), -1);
-        for (int i = 0; i + 1 < events.size(); i += 2)
-            service->onSignalRFSwitch(events[i], events[i + 1]);
-
-        QStringList expected;
-        for (int code : codes)
-            expected << QString("broadcast %1 0 0").arg(code);
-        QCOMPARE(notifications(), expected);
+        QCOMPARE(service->EnableRF(), 13);
+        QVERIFY(m_host->records("menu").isEmpty());
+        QCOMPARE(m_host->card().callLog().size(), size_t(0));
+        for (int i = 0; i + 1 < rf.size(); i += 2)
+            service->onSignalRFSwitch(rf[i], rf[i + 1]);
         QCOMPARE(service->lastSwRFState(), lastSw);
-    }
-
-    void powerEventsNeedTheNotifier()
-    {
-        CDeviceMgrService* service = CDeviceMgrService::instance();
         service->OnPowerMgr(7);
-        QCOMPARE(notifications(), QStringList{"broadcast 854 7 0"});
-
+        // Without the notifier a power event goes nowhere.
         m_host->container().registerPlugin(LinkPlugins::NotifyClsid, LinkPlugins::NotifyInterface,
                                            nullptr);
         service->OnPowerMgr(8);
-        QCOMPARE(notifications(), QStringList{"broadcast 854 7 0"});
+        QStringList expected;
+        for (int code : codes)
+            expected << QString("broadcast %1 0 0").arg(code);
+        QCOMPARE(m_host->records("notify"), expected << "broadcast 854 7 0");
     }
 };
 

@@ -15,24 +15,26 @@ struct Run
     QStringList transcript;
 };
 
-const QString ProbeDir = QStringLiteral(PROBE_PLUGIN_DIR);
-
 QStringList readLines(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    file.open(QIODevice::ReadOnly);
+    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
 // The index of the first line from `from` on that contains `part`, or -1.
 int find(const QStringList& lines, const QString& part, int from = 0)
 {
-    for (int i = from; i < lines.size(); ++i) {
-        if (lines.at(i).contains(part))
-            return i;
-    }
-    return -1;
+    while (from < lines.size() && !lines.at(from).contains(part))
+        ++from;
+    return from < lines.size() ? from : -1;
+}
+
+// What linkhost writes may hold PINs: only its owner may read it.
+bool ownerOnly(const QFile& file)
+{
+    return !(file.permissions() &
+             ~(QFile::ReadUser | QFile::WriteUser | QFile::ReadOwner | QFile::WriteOwner));
 }
 } // namespace
 
@@ -44,9 +46,8 @@ private slots:
     {
         // Where a host with the modemmanager backend looks for the daemon: nowhere.
         qputenv("UTPS_MM_BUS", "unix:path=/nonexistent/linkmarrow-test-bus");
-        QVERIFY(m_dir.isValid());
-        QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("broken"))));
-        QFile broken(m_dir.filePath(QStringLiteral("broken/libBroken.so")));
+        QVERIFY(m_dir.isValid() && QDir().mkpath(m_dir.filePath("broken")));
+        QFile broken(m_dir.filePath("broken/libBroken.so"));
         QVERIFY(broken.open(QIODevice::WriteOnly));
         broken.write("not a library");
     }
@@ -59,23 +60,23 @@ private slots:
         QTest::addColumn<QStringList>("stderrParts");
         QTest::addColumn<QStringList>("records"); // parts of lines, in this order
 
-        row("plug-in started, told, asked and shut down in order", R"({"steps": [
-                   {"do": "notify", "code": 578, "w": 3, "l": 4},
-                   {"expect": "notify", "code": 578, "w": 3},
-                   {"do": "call", "op": "VerifyPIN"},
-                   {"expect": "call", "op": "VerifyPIN", "result": 7},
-                   {"do": "language", "lang": "de"},
-                   {"expect": "setting", "key": "probe/ChangeLang", "value": "de"},
-                   {"expect": "notify", "code": 320, "to": "all"}]})",
+        row("plug-in started, told, asked and shut down in order; text tells twins apart",
+            R"({"steps": [
+            {"do": "notify", "code": 578, "w": 3, "l": 4}, {"expect": "notify", "code": 578, "w": 3},
+            {"do": "call", "op": "VerifyPIN"}, {"expect": "call", "op": "VerifyPIN", "result": 7},
+            {"do": "click", "widget": "Probe_Twin", "text": "two"},
+            {"expect": "setting", "key": "probe/Twin", "value": "two"},
+            {"do": "language", "lang": "de"},
+            {"expect": "setting", "key": "probe/ChangeLang", "value": "de"},
+            {"expect": "notify", "code": 320, "to": "all"}]})",
             0, {},
             {"setting probe/Init = called", "setting probe/ShowWindow = LinkHost_MainWindow",
              "shown LinkHost_MainWindow", "notify broadcast 258 0 0", "setting probe/Notify = 258",
              "notify broadcast 578 3 4", "setting probe/VerifyPIN = called", "call VerifyPIN = 7",
-             "expect ok 7 notify broadcast 320 0 0", "setting probe/UnSDKRegisterEvent = called",
-             "setting probe/OnDestroy = called"});
+             "setting probe/Twin = two", "expect ok 9 notify broadcast 320 0 0",
+             "setting probe/UnSDKRegisterEvent = called", "setting probe/OnDestroy = called"});
         row("failed expectation names the step and what was seen", R"({"steps": [
-                   {"do": "notify", "code": 578},
-                   {"expect": "notify", "code": 579, "timeout": 100}]})",
+            {"do": "notify", "code": 578}, {"expect": "notify", "code": 579, "timeout": 100}]})",
             1,
             {"step 2 failed: {\"code\":579,\"expect\":\"notify\",\"timeout\":100}",
              "no notify record within 100 ms", "notify broadcast 578 0 0"},
@@ -90,44 +91,30 @@ private slots:
             {"button \"Probe_Twin\" is ambiguous, 2 candidates:",
              "Probe_Twin (QPushButton) in LinkHost_MainWindow, text \"one\"",
              "Probe_Twin (QPushButton) in LinkHost_MainWindow, text \"two\""});
-        row("text tells twins apart", R"({"steps": [
-                   {"do": "click", "widget": "Probe_Twin", "text": "two"},
-                   {"expect": "setting", "key": "probe/Twin", "value": "two"}]})",
-            0, {}, {"setting probe/Twin = two"});
         row("expect-not fails on a later record", R"({"steps": [{"do": "notify", "code": 581},
-                   {"expect-not": "notify", "code": 581, "for": 100}]})",
+            {"expect-not": "notify", "code": 581, "for": 100}]})",
             1, {"step 2 failed", "notify broadcast 581 0 0"});
-        row("expect-not looks after the cursor only", R"({"steps": [
-                   {"do": "notify", "code": 581}, {"expect": "notify", "code": 581},
-                   {"expect-not": "notify", "code": 581, "for": 100}]})",
-            0, {}, {"expect ok 3"});
         row("cursor: a record is matched once", R"({"steps": [
-                   {"do": "notify", "code": 578}, {"do": "notify", "code": 579},
-                   {"expect": "notify", "code": 579},
-                   {"expect": "notify", "code": 578, "timeout": 100}]})",
+            {"do": "notify", "code": 578}, {"do": "notify", "code": 579},
+            {"expect": "notify", "code": 579}, {"expect": "notify", "code": 578, "timeout": 100}]})",
             1, {"step 4 failed", "(before the cursor)"});
-        row("answers reach the box; a disabled button does not react", R"({
-                   "devices": [{"name": "Card"}], "steps": [
-                   {"do": "answer", "reply": "second"},
-                   {"do": "click", "widget": "LinkHost_UnplugButton"},
-                   {"expect": "msgbox", "icon": 4, "reply": 4194304},
-                   {"expect": "widget", "widget": "LinkHost_CardDetails", "text": ": plugged"},
-                   {"do": "click", "widget": "LinkHost_UnplugButton"},
-                   {"expect": "msgbox", "reply": 1024},
-                   {"expect": "widget", "widget": "LinkHost_UnplugButton", "enabled": false},
-                   {"do": "click", "widget": "LinkHost_UnplugButton"},
-                   {"expect-not": "msgbox", "for": 100}]})",
+        row("panel: typing through the validator, answers to the box, a disabled button",
+            R"({"devices": [{"name": "Card"}], "steps": [
+            {"do": "type", "widget": "LinkHost_SimStateWord", "text": "2x5"},
+            {"expect": "widget", "widget": "LinkHost_SimStateWord", "text": "25"},
+            {"do": "type", "widget": "LinkHost_SimStateWord", "text": "5"},
+            {"expect": "widget", "widget": "LinkHost_SimStateWord", "text": "255"},
+            {"do": "answer", "reply": "second"}, {"do": "click", "widget": "LinkHost_UnplugButton"},
+            {"expect": "msgbox", "icon": 4, "reply": 4194304},
+            {"expect": "widget", "widget": "LinkHost_CardDetails", "text": ": plugged"},
+            {"do": "click", "widget": "LinkHost_UnplugButton"}, {"expect": "msgbox", "reply": 1024},
+            {"expect": "widget", "widget": "LinkHost_UnplugButton", "enabled": false},
+            {"do": "click", "widget": "LinkHost_UnplugButton"}, {"expect-not": "msgbox", "for": 100}]})",
             0, {},
-            {"] msgbox icon=4 title=\"Virtual card\" text=\"Unplug \\\"Card\\\"?\" "
+            {"expect ok 4 ",
+             "] msgbox icon=4 title=\"Virtual card\" text=\"Unplug \\\"Card\\\"?\" "
              "buttons=\"Unplug|Cancel\" -> 4194304",
-             "Unplug|Cancel\" -> 1024", "expect ok 9 "});
-        row("typing goes through the validator, at the end", R"({
-                   "devices": [{"name": "Card"}], "steps": [
-                   {"do": "type", "widget": "LinkHost_SimStateWord", "text": "2x5"},
-                   {"expect": "widget", "widget": "LinkHost_SimStateWord", "text": "25"},
-                   {"do": "type", "widget": "LinkHost_SimStateWord", "text": "5"},
-                   {"expect": "widget", "widget": "LinkHost_SimStateWord", "text": "255"}]})",
-            0, {}, {"expect ok 4 "});
+             "Unplug|Cancel\" -> 1024", "expect ok 13 "});
         row("broken plug-in library", R"({"steps": [{"expect": "notify", "code": 258}]})", 0,
             {"plug-in not loaded:", "libBroken.so"}, {"expect ok 1"},
             {"--plugins", m_dir.filePath("broken")});
@@ -142,12 +129,13 @@ private slots:
             {"the scenario's devices are virtual cards: they need the sim backend"}, {},
             {"--backend", "modemmanager"});
         row("no ModemManager to reach: said in the window, no device, no crash", R"({"steps": [
-                   {"expect": "widget", "widget": "LinkHost_BackendLabel",
-                    "text": "Devices from: cannot reach the bus at unix:path=/nonexistent/"},
-                   {"expect": "widget", "widget": "LinkHost_DeviceLabel", "text": "Device: none"},
-                   {"expect": "widget", "widget": "LinkHost_SimStateWord", "visible": false}]})",
+            {"expect": "widget", "widget": "LinkHost_BackendLabel",
+             "text": "Devices from: cannot reach the bus at unix:path=/nonexistent/"},
+            {"expect": "widget", "widget": "LinkHost_DeviceLabel", "text": "Device: none"},
+            {"expect": "widget", "widget": "LinkHost_SimStateWord", "visible": false}]})",
             0, {}, {"expect ok 3 "}, {"--backend", "modemmanager"});
     }
+
     void scenarios()
     {
         QFETCH(QByteArray, scenario);
@@ -159,17 +147,19 @@ private slots:
         QVERIFY2(run.exitCode == exitCode, qPrintable(run.err));
         for (const QString& part : stderrParts)
             QVERIFY2(run.err.contains(part), qPrintable(run.err));
-        if (stderrParts.isEmpty())
+        if (stderrParts.isEmpty()) // quiet unless asked to trace
             QVERIFY2(run.err.isEmpty(), qPrintable(run.err));
         if (exitCode == 2)
             QVERIFY(run.transcript.isEmpty());
-        const QString all = run.transcript.join(QLatin1Char('\n'));
+        else
+            QVERIFY(ownerOnly(QFile(m_dir.filePath("transcript.txt"))));
+        const QString all = run.transcript.join('\n');
         int at = -1;
         for (const QString& record : records) {
             at = find(run.transcript, record, at + 1);
-            QVERIFY2(at >= 0, qPrintable(record + QStringLiteral(" not in order in:\n") + all));
+            QVERIFY2(at >= 0, qPrintable(record + " not in order in:\n" + all));
         }
-        const QRegularExpression form(QStringLiteral(R"(^\[(\d+)\] [a-z]+( .*)?$)"));
+        const QRegularExpression form(R"(^\[(\d+)\] [a-z]+( .*)?$)");
         qint64 last = 0;
         for (const QString& line : run.transcript) {
             const QRegularExpressionMatch match = form.match(line);
@@ -178,66 +168,50 @@ private slots:
         }
     }
 
-    // Quiet runs are covered above: their stderr stays empty.
     void logFileIsPrivateAndTracedOnRequest()
     {
         QTemporaryDir userData;
-        const Run run = replay(R"({"steps": []})", {QStringLiteral("--user-data"), userData.path(),
-                                                    QStringLiteral("--trace")});
+        const Run run = replay(R"({"steps": []})", {"--user-data", userData.path(), "--trace"});
         QCOMPARE(run.exitCode, 0);
-        QVERIFY2(run.err.contains(QStringLiteral("linkhost: user data folder")),
-                 qPrintable(run.err));
-        QFile log(userData.filePath(QStringLiteral("linkhost.log")));
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QCOMPARE(log.permissions() &
-                     ~(QFile::ReadUser | QFile::WriteUser | QFile::ReadOwner | QFile::WriteOwner),
-                 QFile::Permissions());
-        QVERIFY(QString::fromUtf8(log.readAll()).contains(QStringLiteral("linkhost: shut down")));
-        QFile transcript(m_dir.filePath(QStringLiteral("transcript.txt")));
-        QCOMPARE(transcript.permissions() &
-                     ~(QFile::ReadUser | QFile::WriteUser | QFile::ReadOwner | QFile::WriteOwner),
-                 QFile::Permissions());
+        QVERIFY2(run.err.contains("linkhost: user data folder"), qPrintable(run.err));
+        QFile log(userData.filePath("linkhost.log"));
+        QVERIFY(log.open(QIODevice::ReadOnly) && ownerOnly(log));
+        QVERIFY(QString::fromUtf8(log.readAll()).contains("linkhost: shut down"));
     }
 
     void screenshotsOfEveryWindowAndOnRequest()
     {
         QTemporaryDir shots;
         const Run run = replay(R"({"devices": [{"name": "Card"}], "steps": [
-            {"do": "wait", "ms": 400},
-            {"do": "click", "widget": "LinkHost_UnplugButton"},
-            {"expect": "msgbox", "text": "Unplug"},
-            {"do": "screenshot", "file": "asked.png"}]})",
-                               {QStringLiteral("--screenshots"), shots.path()});
+            {"do": "wait", "ms": 400}, {"do": "click", "widget": "LinkHost_UnplugButton"},
+            {"expect": "msgbox", "text": "Unplug"}, {"do": "screenshot", "file": "asked.png"}]})",
+                               {"--screenshots", shots.path()});
         QVERIFY2(run.exitCode == 0, qPrintable(run.err));
         const QStringList files = QDir(shots.path()).entryList(QDir::Files, QDir::Name);
-        QVERIFY2(!QImage(shots.filePath(QStringLiteral("asked.png"))).isNull(),
-                 qPrintable(files.join(' ')));
+        QVERIFY2(!QImage(shots.filePath("asked.png")).isNull(), qPrintable(files.join(' ')));
         // The main window shortly after it was shown and at the end; the box once.
         const QStringList windows =
-            files.filter(QRegularExpression(QStringLiteral(R"(^\d\d-LinkHost_MainWindow\.png$)")));
+            files.filter(QRegularExpression(R"(^\d\d-LinkHost_MainWindow\.png$)"));
         QCOMPARE(windows.size(), 2);
         QVERIFY(!QImage(shots.filePath(windows.last())).isNull());
-        QCOMPARE(files.filter(QRegularExpression(QStringLiteral(R"(^\d\d-msgbox\.png$)"))).size(),
-                 1);
+        QCOMPARE(files.filter(QRegularExpression(R"(^\d\d-msgbox\.png$)")).size(), 1);
     }
 
     void terminationShutsDownInOrder()
     {
-        const QString transcript = m_dir.filePath(QStringLiteral("endless.txt"));
+        const QString transcript = m_dir.filePath("endless.txt");
         QProcess process;
-        process.start(
-            QStringLiteral(LINKHOST_PATH),
-            arguments(R"({"steps": [{"expect": "menu", "op": "never", "timeout": 60000}]})",
-                      transcript));
-        QTRY_VERIFY_WITH_TIMEOUT(find(readLines(transcript), QStringLiteral("258 0 0")) >= 0,
-                                 20000);
+        process.start(LINKHOST_PATH, arguments(R"({"steps": [
+            {"expect": "menu", "op": "never", "timeout": 60000}]})",
+                                               transcript));
+        QTRY_VERIFY_WITH_TIMEOUT(find(readLines(transcript), "258 0 0") >= 0, 20000);
         process.terminate();
         QVERIFY(process.waitForFinished(20000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 1);
         QVERIFY(QString::fromLocal8Bit(process.readAllStandardError())
-                    .contains(QStringLiteral("the application quit before the scenario ended")));
-        QVERIFY(find(readLines(transcript), QStringLiteral("probe/OnDestroy = called")) >= 0);
+                    .contains("the application quit before the scenario ended"));
+        QVERIFY(find(readLines(transcript), "probe/OnDestroy = called") >= 0);
     }
 
 private:
@@ -249,32 +223,29 @@ private:
                             << records;
     }
 
+    // A later --plugins wins over the probe's folder.
     QStringList arguments(const QByteArray& scenario, const QString& transcript)
     {
-        const QString file = m_dir.filePath(QStringLiteral("scenario.json"));
+        const QString file = m_dir.filePath("scenario.json");
         QFile::remove(transcript);
         QFile out(file);
         if (out.open(QIODevice::WriteOnly | QIODevice::Truncate))
             out.write(scenario);
-        return QStringList{"--headless", "--scenario", file,    "--transcript",
-                           transcript,   "--plugins",  ProbeDir};
+        return {"--headless", "--scenario",    file, "--transcript", transcript,
+                "--plugins",  PROBE_PLUGIN_DIR};
     }
 
-    // A later --plugins wins over the probe's folder.
     Run replay(const QByteArray& scenario, const QStringList& options)
     {
-        const QString transcript = m_dir.filePath(QStringLiteral("transcript.txt"));
+        const QString transcript = m_dir.filePath("transcript.txt");
         QProcess process;
-        process.start(QStringLiteral(LINKHOST_PATH), arguments(scenario, transcript) + options);
-        if (!process.waitForFinished(60000)) {
+        process.start(LINKHOST_PATH, arguments(scenario, transcript) + options);
+        if (!process.waitForFinished(60000))
             process.kill();
-            process.waitForFinished();
-        }
-        Run run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        run.err = QString::fromLocal8Bit(process.readAllStandardError());
-        run.transcript = readLines(transcript);
-        return run;
+        process.waitForFinished();
+        const bool normal = process.exitStatus() == QProcess::NormalExit;
+        return {normal ? process.exitCode() : -1,
+                QString::fromLocal8Bit(process.readAllStandardError()), readLines(transcript)};
     }
 
     QTemporaryDir m_dir;

@@ -3,9 +3,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThread>
 
-#include <memory>
+#include <thread>
 #include <vector>
 
 class TestTranscript : public QObject
@@ -16,40 +15,32 @@ private slots:
     // never runs back, and the file gets the lines recorded before it too.
     void concurrentWriters()
     {
-        constexpr int threads = 6;
-        constexpr int perThread = 300;
+        constexpr int threads = 6, perThread = 300;
+        Transcript& transcript = Transcript::instance();
+        transcript.clear();
+        transcript.record("before", QString());
         QTemporaryDir dir;
-        const QString path = dir.filePath(QStringLiteral("t.txt"));
-        Transcript::instance().clear();
-        Transcript::instance().record(QStringLiteral("before"), QString());
-        QVERIFY(Transcript::instance().setOutputFile(path));
-        std::vector<std::unique_ptr<QThread>> workers;
-        for (int t = 0; t < threads; ++t) {
-            workers.emplace_back(QThread::create([t] {
+        QFile file(dir.filePath("t.txt"));
+        QVERIFY(transcript.setOutputFile(file.fileName()));
+        std::vector<std::thread> workers;
+        for (int t = 0; t < threads; ++t)
+            workers.emplace_back([t, &transcript] {
                 for (int i = 0; i < perThread; ++i)
-                    Transcript::instance().record(QStringLiteral("sdk"),
-                                                  QStringLiteral("%1 %2").arg(t).arg(i));
-            }));
-            workers.back()->start();
-        }
-        for (auto& worker : workers)
-            QVERIFY(worker->wait(10000));
-
-        const QList<Transcript::Record> records = Transcript::instance().records();
+                    transcript.record("sdk", QString("%1 %2").arg(t).arg(i));
+            });
+        for (std::thread& worker : workers)
+            worker.join();
+        const QList<Transcript::Record> records = transcript.records();
         QCOMPARE(records.size(), threads * perThread + 1);
         QList<int> next(threads, 0);
-        qint64 last = 0;
-        for (const Transcript::Record& record : records.mid(1)) {
-            QVERIFY(record.ms >= last);
-            last = record.ms;
-            const QStringList parts = record.text.split(QLatin1Char(' '));
-            QCOMPARE(parts.at(1).toInt(), next[parts.at(0).toInt()]++);
+        for (int i = 1; i < records.size(); ++i) {
+            QVERIFY(records[i].ms >= records[i - 1].ms);
+            const QStringList parts = records[i].text.split(' ');
+            QCOMPARE(parts[1].toInt(), next[parts[0].toInt()]++);
         }
-        Transcript::instance().setOutputFile(QString());
-        QFile file(path);
+        transcript.setOutputFile(QString());
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
-                 Transcript::instance().lines());
+        QCOMPARE(QString(file.readAll()).split('\n', Qt::SkipEmptyParts), transcript.lines());
     }
 };
 

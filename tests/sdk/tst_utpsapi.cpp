@@ -7,14 +7,11 @@
 
 #include <QtTest>
 
-#include <QElapsedTimer>
-#include <QProcess>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
+#include <future>
 #include <thread>
 
 namespace {
@@ -50,18 +47,34 @@ const QByteArray kPin = "1234";
 const QByteArray kPuk = "12345678";
 constexpr int kNone = -1; // the request has no retries output
 
-// One PIN or PUK request on a card with SIM word 7.
+// One PIN or PUK request on a card with SIM word 7, PIN protection on and 3 PIN
+// and 10 PUK tries, unless the row says otherwise; unless it says so too, the
+// request succeeds without a retries output, the PIN stays and no event follows.
 struct PinCase
 {
-    bool pinEnabled;
-    int pinRetries, pukRetries;
-    bool wwan; // the PIN belongs to the system's WWAN service
-    QString request;
-    QByteArray first, second;
-    int result, retriesOut;
-    int status, reported; // UTPS_DevSrv_GetPinStatus's status and retries afterwards
-    QByteArray pinAfter;
-    bool simReady; // 6619 [7] raised
+    sim::CardConfig config = cardConfig("Card A", true, 7);
+    std::function<QList<int>()> request; // its result and retries output
+    int result = 0, retriesOut = kNone;
+    QList<int> status; // UTPS_DevSrv_GetPinStatus's status and retries afterwards
+    QByteArray pinAfter = kPin;
+    bool simReady = false; // 6619 [7] raised
+
+    // clang-format off
+    PinCase& pinOff() { config.sim.pinEnabled = false; return *this; }
+    PinCase& pinTries(int n) { config.sim.pinRetries = n; return *this; }
+    PinCase& pukTries(int n) { config.sim.pukRetries = n; return *this; }
+    PinCase& wwanOwnsPin() { config.wwanPrivilege = true; return *this; }
+    PinCase& verify(QByteArray pin) { request = [=] { unsigned char n = 0xAA; return QList<int>{UTPS_DevSrv_VerifyPin(0, pin, &n), n}; }; return *this; }
+    PinCase& unblock(QByteArray puk, QByteArray pin) { request = [=] { unsigned char n = 0xAA; return QList<int>{UTPS_DevSrv_UnblockPin(0, puk, pin, &n), n}; }; return *this; }
+    PinCase& enable(QByteArray pin) { request = [=] { return QList<int>{UTPS_DevSrv_EnablePin(0, pin), kNone}; }; return *this; }
+    PinCase& disable(QByteArray pin) { request = [=] { return QList<int>{UTPS_DevSrv_DisablePin(0, pin), kNone}; }; return *this; }
+    PinCase& change(QByteArray pin, QByteArray newPin) { request = [=] { return QList<int>{UTPS_DevSrv_ChangePin(0, pin, newPin), kNone}; }; return *this; }
+    PinCase& fails(int code) { result = code; return *this; }
+    PinCase& left(int n) { retriesOut = n; return *this; }
+    PinCase& pinStatus(int code, int retries) { status = {code, retries}; return *this; }
+    PinCase& newPin(QByteArray pin) { pinAfter = pin; return *this; }
+    PinCase& ready() { simReady = true; return *this; }
+    // clang-format on
 };
 
 using Action = std::function<void()>;
@@ -88,23 +101,6 @@ QList<int> pinStatus()
     unsigned char flag = 0xAA, flag2 = 0xAA, retries = 0xAA;
     const int result = UTPS_DevSrv_GetPinStatus(0, &status, &flag, &flag2, &retries);
     return {result, status, flag, flag2, retries};
-}
-
-// The request's result and retries output.
-QList<int> runRequest(const PinCase& c)
-{
-    const char* first = c.first.constData();
-    unsigned char left = 0xAA;
-    if (c.request == "enable")
-        return {UTPS_DevSrv_EnablePin(0, first), kNone};
-    if (c.request == "disable")
-        return {UTPS_DevSrv_DisablePin(0, first), kNone};
-    if (c.request == "change")
-        return {UTPS_DevSrv_ChangePin(0, first, c.second.constData()), kNone};
-    const int result = c.request == "verify"
-                           ? UTPS_DevSrv_VerifyPin(0, first, &left)
-                           : UTPS_DevSrv_UnblockPin(0, first, c.second.constData(), &left);
-    return {result, left};
 }
 
 // What an override stands in for: the PIN status, the radio state and
@@ -163,411 +159,358 @@ private slots:
     }
     void cleanup() { card().reset(); }
 
-    void pinRequests_data();
-    void pinRequests();
-    void plugSequence_data();
-    void plugSequence();
-    void cardsComeAndGo();
-    void routing_data();
-    void routing();
-    void shortDeviceName_data();
-    void shortDeviceName();
-    void answerOverrides_data();
-    void answerOverrides();
-    void callLog_data();
-    void callLog();
-    void faults_data();
-    void faults();
-    void latency_data();
-    void latency();
-    void concurrentWrongPinsEachCostATry();
-    void userDataDirectory_data();
-    void userDataDirectory();
-    void backend_data();
-    void backend();
-};
-
-void TestUtpsApi::pinRequests_data()
-{
-    QTest::addColumn<PinCase>("c");
-    const QByteArray bad = "4321", badPuk = "87654321", none;
-    // clang-format off
-    QTest::newRow("verify right") << PinCase{true, 3, 10, false, "verify", kPin, none, 0, 3, 1, 3, kPin, true};
-    QTest::newRow("verify right restores counter") << PinCase{true, 1, 10, false, "verify", kPin, none, 0, 3, 1, 3, kPin, true};
-    QTest::newRow("verify wrong costs a try") << PinCase{true, 3, 10, false, "verify", bad, none, -1, 2, 2, 2, kPin, false};
-    QTest::newRow("verify wrong, last try: PUK") << PinCase{true, 1, 10, false, "verify", bad, none, -1, 0, 3, 10, kPin, false};
-    QTest::newRow("verify while PUK required") << PinCase{true, 0, 10, false, "verify", kPin, none, -1, 0, 3, 10, kPin, false};
-    QTest::newRow("verify PIN too short") << PinCase{true, 3, 10, false, "verify", "123", none, 1, 3, 2, 3, kPin, false};
-    QTest::newRow("enable right") << PinCase{false, 2, 10, false, "enable", kPin, none, 0, kNone, 1, 3, kPin, false};
-    QTest::newRow("enable wrong") << PinCase{false, 2, 10, false, "enable", bad, none, -1, kNone, 8, 1, kPin, false};
-    QTest::newRow("disable right") << PinCase{true, 2, 10, false, "disable", kPin, none, 0, kNone, 8, 3, kPin, true};
-    QTest::newRow("disable, third wrong PIN") << PinCase{true, 1, 10, false, "disable", bad, none, -1, kNone, 3, 10, kPin, false};
-    QTest::newRow("change right") << PinCase{true, 2, 10, false, "change", kPin, badPuk, 0, kNone, 1, 3, badPuk, true};
-    QTest::newRow("change wrong old PIN") << PinCase{true, 3, 10, false, "change", bad, "5678", -1, kNone, 2, 2, kPin, false};
-    QTest::newRow("change, new PIN too short") << PinCase{true, 3, 10, false, "change", kPin, "567", 1, kNone, 2, 3, kPin, false};
-    QTest::newRow("unblock right, PUK counter restored") << PinCase{true, 0, 4, false, "unblock", kPuk, bad, 0, 10, 1, 3, bad, true};
-    QTest::newRow("unblock wrong PUK") << PinCase{true, 0, 10, false, "unblock", badPuk, bad, -1, 9, 3, 9, kPin, false};
-    QTest::newRow("unblock, tenth wrong PUK blocks") << PinCase{true, 0, 1, false, "unblock", badPuk, bad, -1, 0, 4, 0, kPin, false};
-    QTest::newRow("unblock while blocked") << PinCase{true, 0, 0, false, "unblock", kPuk, bad, -1, 0, 4, 0, kPin, false};
-    QTest::newRow("unblock, PUK too short") << PinCase{true, 0, 10, false, "unblock", "1234567", bad, 1, 10, 3, 10, kPin, false};
-    QTest::newRow("unblock refused: WWAN owns the PIN") << PinCase{true, 0, 10, true, "unblock", kPuk, bad, 6000, 10, 3, 10, kPin, false};
-    // clang-format on
-}
-
-void TestUtpsApi::pinRequests()
-{
-    QFETCH(PinCase, c);
-    sim::CardConfig sim = cardConfig("Card A", c.pinEnabled, 7);
-    sim.sim.pinRetries = c.pinRetries;
-    sim.sim.pukRetries = c.pukRetries;
-    sim.wwanPrivilege = c.wwan;
-    addCards({sim});
-    QCOMPARE(runRequest(c), (QList<int>{c.result, c.retriesOut}));
-    QCOMPARE(pinStatus(), (QList<int>{0, c.status, 0, 0, c.reported}));
-    QCOMPARE(QByteArray::fromStdString(card().card(0)->config.sim.pin), c.pinAfter);
-    // A SIM waiting for its code reports its state word once the right one was given.
-    QVERIFY(card().waitIdle());
-    QCOMPARE(EventRecorder::codes(), c.simReady ? QList<int>{6619} : QList<int>{});
-    if (c.simReady)
-        QCOMPARE(EventRecorder::events().front().words, QList<uint>{7});
-    QVERIFY(deliveredAsTheSdkDoes());
-}
-
-void TestUtpsApi::plugSequence_data()
-{
-    QTest::addColumn<bool>("pinEnabled");
-    QTest::addColumn<int>("simStatus");
-    QTest::addColumn<bool>("fingerprint");
-    QTest::addColumn<QList<int>>("tail"); // after 6606, 6600, 6000
-
-    QTest::newRow("protection off") << false << 1 << false << kPinOff;
-    QTest::newRow("protection on") << true << 1 << false << QList<int>{6008, 6011, 6014};
-    QTest::newRow("no SIM") << false << 0 << false << QList<int>{6002, 6012, 6014, 6619};
-    QTest::newRow("SIM word 255, protection on")
-        << true << 255 << false << QList<int>{6002, 6011, 6014, 6619};
-    QTest::newRow("fingerprint card") << false << 1 << true << QList<int>{6018} + kPinOff;
-}
-
-void TestUtpsApi::plugSequence()
-{
-    QFETCH(bool, pinEnabled);
-    QFETCH(int, simStatus);
-    QFETCH(bool, fingerprint);
-    QFETCH(QList<int>, tail);
-    sim::CardConfig plugged = cardConfig("Card A", pinEnabled, simStatus);
-    plugged.protocol = 5;
-    plugged.fingerprint = fingerprint;
-    EventRecorder::registerInit();
-    EventRecorder::registerDevMgr();
-    const int index = card().addCard(plugged);
-    QVERIFY(card().waitIdle());
-
-    QCOMPARE(EventRecorder::codes(), QList<int>({6606, 6600, 6000}) + tail);
-    QVERIFY(deliveredAsTheSdkDoes());
-    const QList<Delivery> events = EventRecorder::events();
-    QCOMPARE(events.front().devices, QStringList{"Card A:1:5"});
-    if (tail.last() == 6619)
-        QCOMPARE(events.back().words, QList<uint>{uint(simStatus)});
-    QCOMPARE(card().currentCard(), index);
-    QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_AVAILABLE});
-    QCOMPARE(card().card(index)->fingerprintLocked, fingerprint);
-}
-
-void TestUtpsApi::cardsComeAndGo()
-{
-    addCards({cardConfig("Card A")});
-    card().addCard(cardConfig("Card B", true));
-    QVERIFY(card().waitIdle());
-    QCOMPARE(EventRecorder::codes(), QList<int>{6606}); // a second card only joins the list
-    QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
-
-    EventRecorder::clear(); // refused: unknown name, wrong port, no name
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card X", "", 2), 1);
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 3), 1);
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice(nullptr, "", 2), 1);
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 2), 0);
-    QVERIFY(card().waitIdle());
-    QCOMPARE(EventRecorder::codes(), (QList<int>{6500, 6604, 6501, 6000, 6008, 6011, 6014}));
-    QVERIFY(deliveredAsTheSdkDoes());
-    char name[UTPS_SHORT_NAME_LEN] = {};
-    QCOMPARE(UTPS_DevSrv_GetDeviceName(name), 0);
-    QCOMPARE(QByteArray(name), QByteArray("Card B"));
-
-    EventRecorder::clear();
-    QVERIFY(card().unplug(1));
-    QVERIFY(card().waitIdle());
-    QCOMPARE(EventRecorder::codes(), QList<int>{6601});
-    QCOMPARE(EventRecorder::events()[0].devices, QStringList{"Card A:1:1"});
-    QCOMPARE(card().currentCard(), -1);
-    QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_NO_DEVICE});
-
-    EventRecorder::clear(); // with no card current, a plugged one starts
-    QVERIFY(card().plug(1));
-    QCOMPARE(UTPS_DevSrv_DetectDevice(), 0);
-    QVERIFY(card().waitIdle());
-    QCOMPARE(EventRecorder::codes(), (QList<int>{6606, 6600, 6000, 6008, 6011, 6014, 6606}));
-    QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
-    QCOMPARE(EventRecorder::events().back().devices, EventRecorder::events()[0].devices);
-    QVERIFY(deliveredAsTheSdkDoes());
-    QCOMPARE(card().currentCard(), 1);
-}
-
-void TestUtpsApi::routing_data()
-{
-    QTest::addColumn<QList<Action>>("registrations");
-    QTest::addColumn<QStringList>("delivered");
-
-    const Action init = [] { EventRecorder::registerInit(); };
-    const Action devMgr = [] { EventRecorder::registerDevMgr(); };
-    const Action multi = [] { EventRecorder::registerMulti(); };
-    const Action dropDevMgr = [] { UTPS_DevSrv_UnRegisterDevMgrCallback(); };
-    // clang-format off
-    QTest::newRow("all three") << QList<Action>{init, devMgr, multi} << QStringList{"6000 init", "6606 devmgr", "6620 devmgr"};
-    QTest::newRow("device manager dropped") << QList<Action>{init, devMgr, multi, dropDevMgr} << QStringList{"6000 init", "6606 multi", "6620 multi"};
-    QTest::newRow("device manager only") << QList<Action>{devMgr} << QStringList{"6606 devmgr", "6620 devmgr"};
-    QTest::newRow("none") << QList<Action>{} << QStringList{};
-    // clang-format on
-}
-
-void TestUtpsApi::routing()
-{
-    QFETCH(QList<Action>, registrations);
-    QFETCH(QStringList, delivered);
-    for (const Action& registration : registrations)
-        registration();
-    card().raiseEvent(6000, std::nullopt);
-    card().raiseDeviceListEvent(6606);
-    card().raiseEvent(6620, std::vector<uint32_t>{0});
-    QVERIFY(card().waitIdle());
-
-    QStringList seen;
-    for (const Delivery& event : EventRecorder::events()) {
-        seen.append(QString("%1 %2").arg(event.code).arg(event.route));
-        QCOMPARE(event.nullPayload, event.code == 6000); // a null payload stays null
+    void pinRequests_data()
+    {
+        QTest::addColumn<PinCase>("c");
+        const QByteArray bad = "4321", badPuk = "87654321";
+        // clang-format off
+        QTest::newRow("verify right") << PinCase().verify(kPin).left(3).pinStatus(1, 3).ready();
+        QTest::newRow("verify right restores counter") << PinCase().pinTries(1).verify(kPin).left(3).pinStatus(1, 3).ready();
+        QTest::newRow("verify wrong costs a try") << PinCase().verify(bad).fails(-1).left(2).pinStatus(2, 2);
+        QTest::newRow("verify wrong, last try: PUK") << PinCase().pinTries(1).verify(bad).fails(-1).left(0).pinStatus(3, 10);
+        QTest::newRow("verify while PUK required") << PinCase().pinTries(0).verify(kPin).fails(-1).left(0).pinStatus(3, 10);
+        QTest::newRow("verify PIN too short") << PinCase().verify("123").fails(1).left(3).pinStatus(2, 3);
+        QTest::newRow("enable right") << PinCase().pinOff().pinTries(2).enable(kPin).pinStatus(1, 3);
+        QTest::newRow("enable wrong") << PinCase().pinOff().pinTries(2).enable(bad).fails(-1).pinStatus(8, 1);
+        QTest::newRow("disable right") << PinCase().pinTries(2).disable(kPin).pinStatus(8, 3).ready();
+        QTest::newRow("disable, third wrong PIN") << PinCase().pinTries(1).disable(bad).fails(-1).pinStatus(3, 10);
+        QTest::newRow("change right") << PinCase().pinTries(2).change(kPin, badPuk).pinStatus(1, 3).newPin(badPuk).ready();
+        QTest::newRow("change wrong old PIN") << PinCase().change(bad, "5678").fails(-1).pinStatus(2, 2);
+        QTest::newRow("change, new PIN too short") << PinCase().change(kPin, "567").fails(1).pinStatus(2, 3);
+        QTest::newRow("unblock right, PUK counter restored") << PinCase().pinTries(0).pukTries(4).unblock(kPuk, bad).left(10).pinStatus(1, 3).newPin(bad).ready();
+        QTest::newRow("unblock wrong PUK") << PinCase().pinTries(0).unblock(badPuk, bad).fails(-1).left(9).pinStatus(3, 9);
+        QTest::newRow("unblock, tenth wrong PUK blocks") << PinCase().pinTries(0).pukTries(1).unblock(badPuk, bad).fails(-1).left(0).pinStatus(4, 0);
+        QTest::newRow("unblock while blocked") << PinCase().pinTries(0).pukTries(0).unblock(kPuk, bad).fails(-1).left(0).pinStatus(4, 0);
+        QTest::newRow("unblock, PUK too short") << PinCase().pinTries(0).unblock("1234567", bad).fails(1).left(10).pinStatus(3, 10);
+        QTest::newRow("unblock refused: WWAN owns the PIN") << PinCase().pinTries(0).wwanOwnsPin().unblock(kPuk, bad).fails(6000).left(10).pinStatus(3, 10);
+        // clang-format on
     }
-    QCOMPARE(seen, delivered);
-}
+    void pinRequests()
+    {
+        QFETCH(PinCase, c);
+        addCards({c.config});
+        QCOMPARE(c.request(), (QList<int>{c.result, c.retriesOut}));
+        QCOMPARE(pinStatus(), (QList<int>{0, c.status[0], 0, 0, c.status[1]}));
+        QCOMPARE(QByteArray::fromStdString(card().card(0)->config.sim.pin), c.pinAfter);
+        // A SIM waiting for its code reports its state word once the right one was given.
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::codes(), c.simReady ? QList<int>{6619} : QList<int>{});
+        if (c.simReady)
+            QCOMPARE(EventRecorder::events().front().words, QList<uint>{7});
+        QVERIFY(deliveredAsTheSdkDoes());
+    }
 
-void TestUtpsApi::shortDeviceName_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::newRow("23 fits") << 23;
-    QTest::newRow("24 is cut") << 24;
-}
+    void plugSequence_data()
+    {
+        QTest::addColumn<bool>("pinEnabled");
+        QTest::addColumn<int>("simStatus");
+        QTest::addColumn<bool>("fingerprint");
+        QTest::addColumn<QList<int>>("tail"); // after 6606, 6600, 6000
+        QTest::newRow("protection off") << false << 1 << false << kPinOff;
+        QTest::newRow("protection on") << true << 1 << false << QList<int>{6008, 6011, 6014};
+        QTest::newRow("no SIM") << false << 0 << false << QList<int>{6002, 6012, 6014, 6619};
+        QTest::newRow("SIM word 255, protection on")
+            << true << 255 << false << QList<int>{6002, 6011, 6014, 6619};
+        QTest::newRow("fingerprint card") << false << 1 << true << QList<int>{6018} + kPinOff;
+    }
+    void plugSequence()
+    {
+        QFETCH(bool, pinEnabled);
+        QFETCH(int, simStatus);
+        QFETCH(bool, fingerprint);
+        QFETCH(QList<int>, tail);
+        sim::CardConfig plugged = cardConfig("Card A", pinEnabled, simStatus);
+        plugged.protocol = 5;
+        plugged.fingerprint = fingerprint;
+        EventRecorder::registerInit();
+        EventRecorder::registerDevMgr();
+        const int index = card().addCard(plugged);
+        QVERIFY(card().waitIdle());
 
-void TestUtpsApi::shortDeviceName()
-{
-    QFETCH(int, length);
-    std::string name;
-    for (int i = 0; i < length; ++i)
-        name += char('A' + i % 26);
-    addCards({cardConfig(name)});
-    char buffer[UTPS_SHORT_NAME_LEN + 8];
-    std::memset(buffer, '#', sizeof buffer);
-    QCOMPARE(UTPS_DevSrv_GetDeviceName(buffer), 0);
-    QCOMPARE(QByteArray(buffer), QByteArray::fromStdString(name.substr(0, 23)));
-    QCOMPARE(QByteArray(buffer + UTPS_SHORT_NAME_LEN, 8), QByteArray(8, '#'));
-}
+        QCOMPARE(EventRecorder::codes(), QList<int>({6606, 6600, 6000}) + tail);
+        QVERIFY(deliveredAsTheSdkDoes());
+        const QList<Delivery> events = EventRecorder::events();
+        QCOMPARE(events.front().devices, QStringList{"Card A:1:5"});
+        if (tail.last() == 6619)
+            QCOMPARE(events.back().words, QList<uint>{uint(simStatus)});
+        QCOMPARE(card().currentCard(), index);
+        QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_AVAILABLE});
+        QCOMPARE(card().card(index)->fingerprintLocked, fingerprint);
+    }
 
-void TestUtpsApi::answerOverrides_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QList<int>>("model");      // the card's own answer
-    QTest::addColumn<QList<int>>("overridden"); // the answer while overridden
+    void cardsComeAndGo()
+    {
+        addCards({cardConfig("Card A")});
+        card().addCard(cardConfig("Card B", true));
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::codes(), QList<int>{6606}); // a second card only joins the list
+        QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
 
-    // Cards with PIN protection off and 3 tries, radio on and switchable.
-    QTest::newRow("PIN status 2, flag 1")
-        << "pin" << 2 << QList<int>{0, 8, 0, 0, 3} << QList<int>{0, 2, 1, 0, 3};
-    QTest::newRow("radio state 2") << "rf" << 2 << QList<int>{1, 1} << QList<int>{2, 1};
-    QTest::newRow("device initialising") << "dev" << 2 << QList<int>{3} << QList<int>{2};
-}
+        EventRecorder::clear(); // refused: unknown name, wrong port, no name
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card X", "", 2), 1);
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 3), 1);
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice(nullptr, "", 2), 1);
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 2), 0);
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::codes(), (QList<int>{6500, 6604, 6501, 6000, 6008, 6011, 6014}));
+        QVERIFY(deliveredAsTheSdkDoes());
+        char name[UTPS_SHORT_NAME_LEN] = {};
+        QCOMPARE(UTPS_DevSrv_GetDeviceName(name), 0);
+        QCOMPARE(QByteArray(name), QByteArray("Card B"));
 
-void TestUtpsApi::answerOverrides()
-{
-    QFETCH(QString, kind);
-    QFETCH(int, value);
-    QFETCH(QList<int>, model);
-    QFETCH(QList<int>, overridden);
-    QVERIFY(!overrideAnswer(kind, value)); // no card is current
-    addCards({cardConfig("Card A"), cardConfig("Card B")});
-    QCOMPARE(sdkAnswer(kind), model);
-    QVERIFY(overrideAnswer(kind, value));
-    QCOMPARE(sdkAnswer(kind), overridden);
-    // It belongs to the card that was current, through a switch and back.
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 2), 0);
-    QCOMPARE(sdkAnswer(kind), model);
-    QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card A", "", 1), 0);
-    QCOMPARE(sdkAnswer(kind), overridden);
-    QVERIFY(overrideAnswer(kind, std::nullopt));
-    QCOMPARE(sdkAnswer(kind), model);
-}
+        EventRecorder::clear();
+        QVERIFY(card().unplug(1));
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::codes(), QList<int>{6601});
+        QCOMPARE(EventRecorder::events()[0].devices, QStringList{"Card A:1:1"});
+        QCOMPARE(card().currentCard(), -1);
+        QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_NO_DEVICE});
 
-void TestUtpsApi::callLog_data()
-{
-    QTest::addColumn<ApiCall>("call");
-    QTest::addColumn<QString>("record"); // out-parameters and callbacks are left out
+        EventRecorder::clear(); // with no card current, a plugged one starts
+        QVERIFY(card().plug(1));
+        QCOMPARE(UTPS_DevSrv_DetectDevice(), 0);
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::codes(), (QList<int>{6606, 6600, 6000, 6008, 6011, 6014, 6606}));
+        QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
+        QCOMPARE(EventRecorder::events().back().devices, EventRecorder::events()[0].devices);
+        QVERIFY(deliveredAsTheSdkDoes());
+        QCOMPARE(card().currentCard(), 1);
+    }
 
-    static unsigned char byte;
-    static int value;
-    // clang-format off
-    QTest::newRow("PIN masked") << ApiCall([] { return UTPS_DevSrv_VerifyPin(0, "1234", &byte); }) << R"(UTPS_DevSrv_VerifyPin(0, "****"(4)) = 0)";
-    QTest::newRow("PUK and new PIN masked") << ApiCall([] { return UTPS_DevSrv_UnblockPin(0, "12345678", "87654", &byte); }) << R"(UTPS_DevSrv_UnblockPin(0, "****"(8), "****"(5)) = 0)";
-    QTest::newRow("null PIN") << ApiCall([] { return UTPS_DevSrv_ChangePin(0, nullptr, "4321"); }) << R"(UTPS_DevSrv_ChangePin(0, null, "****"(4)) = 1)";
-    QTest::newRow("null string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice(nullptr, "", -3); }) << R"(UTPS_DevSrv_ManualChangeDevice(null, "", -3) = 1)";
-    QTest::newRow("quote in string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice("Card \"A\"", "", 1); }) << R"(UTPS_DevSrv_ManualChangeDevice("Card \"A\"", "", 1) = 1)";
-    QTest::newRow("callback") << ApiCall([] { return UTPS_DevSrv_RegisterMultiDeviceEventCallback([](int, void*) { return 1; }); }) << "UTPS_DevSrv_RegisterMultiDeviceEventCallback() = 0";
-    QTest::newRow("out-parameter") << ApiCall([] { return UTPS_DevSrv_GetSimStatus(&value); }) << "UTPS_DevSrv_GetSimStatus() = 0";
-    // clang-format on
-}
+    void routing_data()
+    {
+        QTest::addColumn<QList<Action>>("registrations");
+        QTest::addColumn<QStringList>("delivered");
+        const Action init = [] { EventRecorder::registerInit(); };
+        const Action devMgr = [] { EventRecorder::registerDevMgr(); };
+        const Action multi = [] { EventRecorder::registerMulti(); };
+        const Action dropDevMgr = [] { UTPS_DevSrv_UnRegisterDevMgrCallback(); };
+        // clang-format off
+        QTest::newRow("all three") << QList<Action>{init, devMgr, multi} << QStringList{"6000 init", "6606 devmgr", "6620 devmgr"};
+        QTest::newRow("device manager dropped") << QList<Action>{init, devMgr, multi, dropDevMgr} << QStringList{"6000 init", "6606 multi", "6620 multi"};
+        QTest::newRow("device manager only") << QList<Action>{devMgr} << QStringList{"6606 devmgr", "6620 devmgr"};
+        QTest::newRow("none") << QList<Action>{} << QStringList{};
+        // clang-format on
+    }
+    void routing()
+    {
+        QFETCH(QList<Action>, registrations);
+        QFETCH(QStringList, delivered);
+        for (const Action& registration : registrations)
+            registration();
+        card().raiseEvent(6000, std::nullopt);
+        card().raiseDeviceListEvent(6606);
+        card().raiseEvent(6620, std::vector<uint32_t>{0});
+        QVERIFY(card().waitIdle());
+        QStringList seen;
+        for (const Delivery& event : EventRecorder::events()) {
+            seen.append(QString("%1 %2").arg(event.code).arg(event.route));
+            QCOMPARE(event.nullPayload, event.code == 6000); // a null payload stays null
+        }
+        QCOMPARE(seen, delivered);
+    }
 
-void TestUtpsApi::callLog()
-{
-    QFETCH(ApiCall, call);
-    QFETCH(QString, record);
-    addCards({cardConfig("Card A")});
-    const int result = call();
-    const std::vector<sim::CallRecord> log = card().callLog();
-    QCOMPARE(log.size(), std::size_t(1));
-    QCOMPARE(QString("%1(%2) = %3").arg(log[0].function.c_str(), log[0].args.c_str()).arg(result),
-             record);
-    QCOMPARE(log[0].result, result);
-}
+    void shortDeviceName()
+    {
+        for (const std::string name : {"ABCDEFGHIJKLMNOPQRSTUVW", "ABCDEFGHIJKLMNOPQRSTUVWX"}) {
+            card().reset(); // 23 characters fit with their terminator, the 24th is cut
+            addCards({cardConfig(name)});
+            char buffer[UTPS_SHORT_NAME_LEN + 8];
+            std::memset(buffer, '#', sizeof buffer);
+            QCOMPARE(UTPS_DevSrv_GetDeviceName(buffer), 0);
+            QCOMPARE(QByteArray(buffer), QByteArray::fromStdString(name.substr(0, 23)));
+            QCOMPARE(QByteArray(buffer + UTPS_SHORT_NAME_LEN, 8), QByteArray(8, '#'));
+        }
+    }
 
-void TestUtpsApi::faults_data()
-{
-    QTest::addColumn<int>("times");
-    QTest::newRow("three times") << 3;
-    QTest::newRow("until cleared") << -1;
-}
+    void answerOverrides_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QList<int>>("model");      // the card's own answer
+        QTest::addColumn<QList<int>>("overridden"); // the answer while overridden
+        // Cards with PIN protection off and 3 tries, radio on and switchable.
+        QTest::newRow("PIN status 2, flag 1")
+            << "pin" << 2 << QList<int>{0, 8, 0, 0, 3} << QList<int>{0, 2, 1, 0, 3};
+        QTest::newRow("radio state 2") << "rf" << 2 << QList<int>{1, 1} << QList<int>{2, 1};
+        QTest::newRow("device initialising") << "dev" << 2 << QList<int>{3} << QList<int>{2};
+    }
+    void answerOverrides()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, value);
+        QFETCH(QList<int>, model);
+        QFETCH(QList<int>, overridden);
+        QVERIFY(!overrideAnswer(kind, value)); // no card is current
+        addCards({cardConfig("Card A"), cardConfig("Card B")});
+        QCOMPARE(sdkAnswer(kind), model);
+        QVERIFY(overrideAnswer(kind, value));
+        QCOMPARE(sdkAnswer(kind), overridden);
+        // It belongs to the card that was current, through a switch and back.
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 2), 0);
+        QCOMPARE(sdkAnswer(kind), model);
+        QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card A", "", 1), 0);
+        QCOMPARE(sdkAnswer(kind), overridden);
+        QVERIFY(overrideAnswer(kind, std::nullopt));
+        QCOMPARE(sdkAnswer(kind), model);
+    }
 
-void TestUtpsApi::faults()
-{
-    QFETCH(int, times);
-    addCards({cardConfig("Card A", true)});
-    card().setFault("UTPS_DevSrv_VerifyPin", 42, times);
-    unsigned char left = 0xAA;
-    const int failing = times < 0 ? 20 : times;
-    for (int i = 0; i < failing; ++i)
-        QCOMPARE(UTPS_DevSrv_VerifyPin(0, "9999", &left), 42);
-    int port = 0;
-    QCOMPARE(UTPS_DevSrv_GetDevicePort(&port), 0); // other functions are not affected
-    // A faulted call does nothing else: no output, no try spent.
-    QCOMPARE(int(left), 0xAA);
-    QCOMPARE(card().card(0)->config.sim.pinRetries, 3);
-    if (times < 0)
-        card().clearFaults();
-    QCOMPARE(UTPS_DevSrv_VerifyPin(0, "9999", &left), -1);
-    QCOMPARE(int(left), 2);
-    QCOMPARE(card().callLog().size(), std::size_t(failing + 2));
-}
+    void callLog_data()
+    {
+        QTest::addColumn<ApiCall>("call");
+        QTest::addColumn<QString>("record"); // out-parameters and callbacks are left out
+        static unsigned char byte;
+        static int value;
+        // clang-format off
+        QTest::newRow("PIN masked") << ApiCall([] { return UTPS_DevSrv_VerifyPin(0, "1234", &byte); }) << "UTPS_DevSrv_VerifyPin(0, \"****\"(4)) = 0";
+        QTest::newRow("PUK and new PIN masked") << ApiCall([] { return UTPS_DevSrv_UnblockPin(0, "12345678", "87654", &byte); }) << "UTPS_DevSrv_UnblockPin(0, \"****\"(8), \"****\"(5)) = 0";
+        QTest::newRow("null PIN") << ApiCall([] { return UTPS_DevSrv_ChangePin(0, nullptr, "4321"); }) << "UTPS_DevSrv_ChangePin(0, null, \"****\"(4)) = 1";
+        QTest::newRow("null string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice(nullptr, "", -3); }) << "UTPS_DevSrv_ManualChangeDevice(null, \"\", -3) = 1";
+        QTest::newRow("quote in string") << ApiCall([] { return UTPS_DevSrv_ManualChangeDevice("Card \"A\"", "", 1); }) << "UTPS_DevSrv_ManualChangeDevice(\"Card \\\"A\\\"\", \"\", 1) = 1";
+        QTest::newRow("callback") << ApiCall([] { return UTPS_DevSrv_RegisterMultiDeviceEventCallback([](int, void*) { return 1; }); }) << "UTPS_DevSrv_RegisterMultiDeviceEventCallback() = 0";
+        QTest::newRow("out-parameter") << ApiCall([] { return UTPS_DevSrv_GetSimStatus(&value); }) << "UTPS_DevSrv_GetSimStatus() = 0";
+        // clang-format on
+    }
+    void callLog()
+    {
+        QFETCH(ApiCall, call);
+        QFETCH(QString, record);
+        addCards({cardConfig("Card A")});
+        const int result = call();
+        const std::vector<sim::CallRecord> log = card().callLog();
+        QCOMPARE(log.size(), std::size_t(1));
+        QCOMPARE(
+            QString("%1(%2) = %3").arg(log[0].function.c_str(), log[0].args.c_str()).arg(result),
+            record);
+        QCOMPARE(log[0].result, result);
+    }
 
-void TestUtpsApi::latency_data()
-{
-    QTest::addColumn<QString>("function");
-    QTest::addColumn<bool>("portSlow");
-    QTest::newRow("one function") << "UTPS_DevSrv_GetSimStatus" << false;
-    QTest::newRow("every function") << "*" << true;
-}
+    void faults_data()
+    {
+        QTest::addColumn<int>("times");
+        QTest::newRow("three times") << 3;
+        QTest::newRow("until cleared") << -1;
+    }
+    void faults()
+    {
+        QFETCH(int, times);
+        addCards({cardConfig("Card A", true)});
+        card().setFault("UTPS_DevSrv_VerifyPin", 42, times);
+        unsigned char left = 0xAA;
+        const int failing = times < 0 ? 20 : times;
+        for (int i = 0; i < failing; ++i)
+            QCOMPARE(UTPS_DevSrv_VerifyPin(0, "9999", &left), 42);
+        int port = 0;
+        QCOMPARE(UTPS_DevSrv_GetDevicePort(&port), 0); // other functions are not affected
+        // A faulted call does nothing else: no output, no try spent.
+        QCOMPARE(int(left), 0xAA);
+        QCOMPARE(card().card(0)->config.sim.pinRetries, 3);
+        if (times < 0)
+            card().clearFaults();
+        QCOMPARE(UTPS_DevSrv_VerifyPin(0, "9999", &left), -1);
+        QCOMPARE(int(left), 2);
+        QCOMPARE(card().callLog().size(), std::size_t(failing + 2));
+    }
 
-void TestUtpsApi::latency()
-{
-    QFETCH(QString, function);
-    QFETCH(bool, portSlow);
-    constexpr int kLatencyMs = 100;
-    addCards({cardConfig("Card A")});
-    card().setLatency(function.toStdString(), kLatencyMs);
-    int value = 0;
-    QElapsedTimer timer;
-    timer.start();
-    UTPS_DevSrv_GetSimStatus(&value);
-    QVERIFY(timer.restart() >= kLatencyMs);
-    UTPS_DevSrv_GetDevicePort(&value);
-    QCOMPARE(timer.restart() >= kLatencyMs, portSlow);
-    card().setLatency(function.toStdString(), 0);
-    UTPS_DevSrv_GetSimStatus(&value);
-    QVERIFY(timer.restart() < kLatencyMs);
-}
+    void latency_data()
+    {
+        QTest::addColumn<QString>("function");
+        QTest::addColumn<bool>("portSlow");
+        QTest::newRow("one function") << "UTPS_DevSrv_GetSimStatus" << false;
+        QTest::newRow("every function") << "*" << true;
+    }
+    void latency()
+    {
+        QFETCH(QString, function);
+        QFETCH(bool, portSlow);
+        constexpr int kLatencyMs = 100;
+        addCards({cardConfig("Card A")});
+        card().setLatency(function.toStdString(), kLatencyMs);
+        int value = 0;
+        QElapsedTimer timer;
+        timer.start();
+        UTPS_DevSrv_GetSimStatus(&value);
+        QVERIFY(timer.restart() >= kLatencyMs);
+        UTPS_DevSrv_GetDevicePort(&value);
+        QCOMPARE(timer.restart() >= kLatencyMs, portSlow);
+        card().setLatency(function.toStdString(), 0);
+        UTPS_DevSrv_GetSimStatus(&value);
+        QVERIFY(timer.restart() < kLatencyMs);
+    }
 
-void TestUtpsApi::concurrentWrongPinsEachCostATry()
-{
-    addCards({cardConfig("Card A", true)});
-    for (int round = 0; round < 50; ++round) {
-        std::atomic<int> ready{0};
-        std::vector<int> left(3, -1);
-        std::vector<std::thread> threads;
-        for (std::size_t t = 0; t < 3; ++t) {
-            threads.emplace_back([&ready, &left, t] {
+    void concurrentWrongPinsEachCostATry()
+    {
+        addCards({cardConfig("Card A", true)});
+        for (int round = 0; round < 50; ++round) {
+            std::atomic<int> ready{0};
+            const auto wrongPin = [&ready] {
                 for (++ready; ready < 3;) // all three call at once
                     std::this_thread::yield();
-                unsigned char retries = 0xAA;
-                if (UTPS_DevSrv_VerifyPin(0, "0000", &retries) == -1)
-                    left[t] = retries;
-            });
+                unsigned char left = 0xAA;
+                return UTPS_DevSrv_VerifyPin(0, "0000", &left) == -1 ? int(left) : -1;
+            };
+            auto first = std::async(std::launch::async, wrongPin);
+            auto second = std::async(std::launch::async, wrongPin);
+            std::vector<int> left{wrongPin(), first.get(), second.get()};
+            std::sort(left.begin(), left.end());
+            QCOMPARE(left, (std::vector<int>{0, 1, 2}));
+            unsigned char retries = 0;
+            QCOMPARE(UTPS_DevSrv_UnblockPin(0, "12345678", "1234", &retries), 0);
         }
-        for (std::thread& thread : threads)
-            thread.join();
-        std::sort(left.begin(), left.end());
-        QCOMPARE(left, (std::vector<int>{0, 1, 2}));
-        unsigned char retries = 0;
-        QCOMPARE(UTPS_DevSrv_UnblockPin(0, "12345678", "1234", &retries), 0);
+        QCOMPARE(card().callLog().size(), std::size_t(50 * 4));
     }
-    QCOMPARE(card().callLog().size(), std::size_t(50 * 4));
-}
 
-void TestUtpsApi::userDataDirectory_data()
-{
-    QTest::addColumn<QByteArray>("directory"); // as the host configuration holds it: UTF-8
-    QTest::newRow("Latin-1 letters") << QByteArray("/home/j\xc3\xbcrgen/Daten/");
-    QTest::newRow("beyond the BMP") << QByteArray("/tmp/\xe6\x95\xb0\xf0\x9f\x98\x80/");
-    QTest::newRow("empty: failure") << QByteArray();
-}
+    void userDataDirectory_data()
+    {
+        QTest::addColumn<QByteArray>("directory"); // as the host configuration holds it: UTF-8
+        QTest::newRow("Latin-1 letters") << QByteArray("/home/j\xc3\xbcrgen/Daten/");
+        QTest::newRow("beyond the BMP") << QByteArray("/tmp/\xe6\x95\xb0\xf0\x9f\x98\x80/");
+        QTest::newRow("empty: failure") << QByteArray();
+    }
+    void userDataDirectory()
+    {
+        QFETCH(QByteArray, directory);
+        sim::HostConfig host;
+        host.userDataDir = directory.toStdString();
+        card().setHost(host);
+        UTPS_WCHAR* text = nullptr;
+        QCOMPARE(UTPS_GetUserDataDirectory(&text), directory.isEmpty() ? 1 : 0);
+        QVERIFY(text != nullptr); // handed back even on failure
+        const QString received = QString::fromUtf16(text);
+        delete[] text;
+        QCOMPARE(received, QString::fromUtf8(directory));
+        QCOMPARE(UTPS_GetUserDataDirectory(nullptr), 1);
+    }
 
-void TestUtpsApi::userDataDirectory()
-{
-    QFETCH(QByteArray, directory);
-    sim::HostConfig host;
-    host.userDataDir = directory.toStdString();
-    card().setHost(host);
-    UTPS_WCHAR* text = nullptr;
-    QCOMPARE(UTPS_GetUserDataDirectory(&text), directory.isEmpty() ? 1 : 0);
-    QVERIFY(text != nullptr); // handed back even on failure
-    const QString received = QString::fromUtf16(text);
-    delete[] text;
-    QCOMPARE(received, QString::fromUtf8(directory));
-    QCOMPARE(UTPS_GetUserDataDirectory(nullptr), 1);
-}
-
-void TestUtpsApi::backend_data()
-{
-    QTest::addColumn<QString>("backend");   // null: no variable at all
-    QTest::addColumn<QByteArray>("output"); // the call log works whatever the backend
-    QTest::addColumn<QStringList>("errors");
-
-    // clang-format off
-    QTest::newRow("unknown: every call fails") << "bogus" << QByteArray("1 1 1, 3 logged\n") << QStringList{"utps: bogus: no such backend: every call fails"};
-    QTest::newRow("unset: the virtual card") << QString() << QByteArray("0 0 0, 3 logged\n") << QStringList();
-    // clang-format on
-}
-
-void TestUtpsApi::backend()
-{
-    QFETCH(QString, backend);
-    QFETCH(QByteArray, output);
-    QFETCH(QStringList, errors);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("UTPS_PROBE", "1");
-    environment.remove("UTPS_BACKEND");
-    if (!backend.isNull())
-        environment.insert("UTPS_BACKEND", backend);
-    QProcess child;
-    child.setProcessEnvironment(environment);
-    child.start(QCoreApplication::applicationFilePath(), {});
-    QVERIFY(child.waitForFinished(30000));
-    QCOMPARE(child.exitCode(), 0);
-    QCOMPARE(child.readAllStandardOutput(), output);
-    QCOMPARE(QString(child.readAllStandardError()).split('\n').filter("utps:"), errors);
-}
+    void backend_data()
+    {
+        QTest::addColumn<QString>("backend");   // null: no variable at all
+        QTest::addColumn<QByteArray>("output"); // the call log works whatever the backend
+        QTest::addColumn<QStringList>("errors");
+        // clang-format off
+        QTest::newRow("unknown: every call fails") << "bogus" << QByteArray("1 1 1, 3 logged\n") << QStringList{"utps: bogus: no such backend: every call fails"};
+        QTest::newRow("unset: the virtual card") << QString() << QByteArray("0 0 0, 3 logged\n") << QStringList();
+        // clang-format on
+    }
+    void backend()
+    {
+        QFETCH(QString, backend);
+        QFETCH(QByteArray, output);
+        QFETCH(QStringList, errors);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("UTPS_PROBE", "1");
+        environment.remove("UTPS_BACKEND");
+        if (!backend.isNull())
+            environment.insert("UTPS_BACKEND", backend);
+        QProcess child;
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), {});
+        QVERIFY(child.waitForFinished(30000));
+        QCOMPARE(child.exitCode(), 0);
+        QCOMPARE(child.readAllStandardOutput(), output);
+        QCOMPARE(QString(child.readAllStandardError()).split('\n').filter("utps:"), errors);
+    }
+};
 
 int main(int argc, char** argv)
 {
