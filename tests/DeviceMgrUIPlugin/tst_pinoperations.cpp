@@ -66,19 +66,9 @@ private slots:
     void init()
     {
         m_host = std::make_unique<HostFixture>();
-        // Cards only start once someone listens for device events.
-        QCOMPARE(UTPS_DevSrv_RegisterDevMgrCallback([](int, void*) { return 0; }), 0);
-        card().clearCallLog();
-        m_logic = DeviceMgrUILogic::GetInstance();
-        m_logic->init();
+        m_logic = m_host->startLogic();
     }
-
-    void cleanup()
-    {
-        delete m_logic;
-        m_logic = nullptr;
-        m_host.reset();
-    }
+    void cleanup() { m_host.reset(); }
 
     void entryRules_data()
     {

@@ -1,6 +1,7 @@
 #include "HostFixture.h"
 
 #include "DeviceMgrService.h"
+#include "DeviceMgrUILogic.h"
 #include "DeviceMgrUIPlugin.h"
 #include "HostSiblings.h"
 #include "PluginContainer.h"
@@ -75,6 +76,7 @@ HostFixture::HostFixture()
 
 HostFixture::~HostFixture()
 {
+    m_logic.reset();
     if (CDeviceMgrService::existingInstance()) {
         CDeviceMgrService::existingInstance()->unSDKRegisterEvent();
         CDeviceMgrService::Destroy();
@@ -150,6 +152,16 @@ CDeviceMgrService* HostFixture::startService()
         m_siblings->addNotifyTarget(m_plugin.get());
     }
     return service;
+}
+
+DeviceMgrUILogic* HostFixture::startLogic()
+{
+    // Cards only start once someone listens for device events.
+    UTPS_DevSrv_RegisterDevMgrCallback([](int, void*) { return 0; });
+    card().clearCallLog();
+    m_logic.reset(DeviceMgrUILogic::GetInstance());
+    m_logic->init();
+    return m_logic.get();
 }
 
 void HostFixture::frameShown()

@@ -22,6 +22,7 @@
 
 class CDeviceMgrService;
 class CDeviceMgrUI;
+class DeviceMgrUILogic;
 class QWidget;
 
 namespace sim {
@@ -54,6 +55,10 @@ public:
     // instance() + Init() + ShowWindow(mainWindow) + the plug-in object as a
     // notification target, as the host starts the plug-in.
     CDeviceMgrService* startService();
+    // The device access layer on its own, made and initialised as the service
+    // does, with the cards started (a device callback listens) and the call
+    // log cleared. Deleted with the fixture.
+    DeviceMgrUILogic* startLogic();
     // The host's NTF_FRAME_SHOWN (258), delivered through Notify.
     void frameShown();
     // Waits until the virtual card has delivered every queued event and the
@@ -66,6 +71,7 @@ private:
     std::unique_ptr<HostSiblings> m_siblings;
     std::unique_ptr<QWidget> m_mainWindow;
     std::unique_ptr<CDeviceMgrUI> m_plugin;
+    std::unique_ptr<DeviceMgrUILogic> m_logic;
     QList<MessageRequest> m_messages;
     QQueue<int> m_replies;
 };
