@@ -85,13 +85,11 @@ private slots:
     void modemPresentBeforeRegistration();
     void plugAndUnplug_data();
     void plugAndUnplug();
-    void wrongPinThenRight();
-    void thirdWrongPinKeepsTheCard();
+    void wrongPinsThenPuk();
     void reprobeThatNeverComesBack();
     void pinProtection();
     void radioOffAndOn();
-    void radioWithoutPowerControl();
-    void offlineAndPacketDetach();
+    void controlsOfAPlainModem();
     void twoModemsAndSwitch();
     void modemVanishesDuringPinRequest();
     void daemonKilledAndRestarted();
@@ -262,10 +260,12 @@ void TestModemManager::plugAndUnplug()
     QCOMPARE(UTPS_DevSrv_GetDeviceName(shortName), 1);
 }
 
-void TestModemManager::wrongPinThenRight()
+void TestModemManager::wrongPinsThenPuk()
 {
-    AtModem* modem = plug("wrong", sim(true), kLockedPlug);
+    AtModem* modem = plug("puk", sim(true), kLockedPlug);
     QVERIFY(modem);
+    const int before = port();
+    const QString path = m_bed->modemPath("puk");
     EventRecorder::clear();
     unsigned char left = 0;
     QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
@@ -274,26 +274,6 @@ void TestModemManager::wrongPinThenRight()
     const PinAnswer after = pinStatus();
     QCOMPARE(after.status, UTPS_PIN_STATUS_PIN_REQUIRED);
     QCOMPARE(after.retries, 2);
-
-    QCOMPARE(UTPS_DevSrv_VerifyPin(0, "1234", &left), 0);
-    QCOMPARE(int(left), 3);
-    QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
-    QCOMPARE(EventRecorder::events().front().words, QList<uint>{1});
-    // Ready means initialised with the SIM: its IMSI is known.
-    char imsi[UTPS_IMSI_LEN] = {};
-    QCOMPARE(UTPS_DevSrv_GetImsiInfo(imsi), 0);
-    QCOMPARE(QString(imsi), QString("262019876543210"));
-}
-
-void TestModemManager::thirdWrongPinKeepsTheCard()
-{
-    QVERIFY(plug("puk", sim(true), kLockedPlug));
-    const int before = port();
-    const QString path = m_bed->modemPath("puk");
-    EventRecorder::clear();
-    unsigned char left = 0;
-    QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
     QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
     QCOMPARE(UTPS_DevSrv_VerifyPin(0, "0000", &left), -1);
     QCOMPARE(int(left), 0);
@@ -314,9 +294,14 @@ void TestModemManager::thirdWrongPinKeepsTheCard()
     QCOMPARE(UTPS_DevSrv_UnblockPin(0, "87654321", "4321", &left), -1);
     QCOMPARE(int(left), 9);
     QCOMPARE(UTPS_DevSrv_UnblockPin(0, "12345678", "4321", &left), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
     QCOMPARE(m_bed->modem("puk")->state().sim.pinTries, 3);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
+    QCOMPARE(EventRecorder::events().front().words, QList<uint>{1});
+    // Ready means initialised with the SIM: its IMSI is known.
+    char imsi[UTPS_IMSI_LEN] = {};
+    QCOMPARE(UTPS_DevSrv_GetImsiInfo(imsi), 0);
+    QCOMPARE(QString(imsi), QString("262019876543210"));
 }
 
 void TestModemManager::reprobeThatNeverComesBack()
@@ -382,35 +367,29 @@ void TestModemManager::radioOffAndOn()
     QVERIFY(m_bed->waitForState("zte", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
 }
 
-void TestModemManager::radioWithoutPowerControl()
+void TestModemManager::controlsOfAPlainModem()
 {
-    AtModem* modem = plug("generic", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619});
+    AtModem* modem = plug("plain", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619});
     QVERIFY(modem);
-    QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0); // on and enabled
-    QVERIFY(m_bed->waitForState("generic", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
-    QCOMPARE(UTPS_DevSrv_SetRFSwitch(0), 1);
-    // Not switchable from now on, and left enabled as it was.
-    QCOMPARE(radio(), std::make_pair(1, 0));
-    QVERIFY(m_bed->waitForState("generic", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
-    QCOMPARE(modem->state().cfun, 1);
-}
-
-void TestModemManager::offlineAndPacketDetach()
-{
-    AtModem* modem = plug("offline", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619});
-    QVERIFY(modem);
-    QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0);
-    QVERIFY(m_bed->waitForState("offline", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
+    QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0); // on, and the modem enabled
+    QVERIFY(m_bed->waitForState("plain", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
     QVERIFY(modem->state().attached);
     QCOMPARE(UTPS_NetSrv_SetPSState(0), 0);
     QVERIFY(modem->waitForCommand("AT+CGATT=0", 1000) >= 0);
     QVERIFY(!modem->state().attached);
     QCOMPARE(UTPS_NetSrv_SetPSState(7), 1);
 
+    // The generic plugin cannot lower the power: not switchable from now on,
+    // and left enabled as it was.
+    QCOMPARE(UTPS_DevSrv_SetRFSwitch(0), 1);
+    QCOMPARE(radio(), std::make_pair(1, 0));
+    QVERIFY(m_bed->waitForState("plain", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
+    QCOMPARE(modem->state().cfun, 1);
+
     const std::size_t before = modem->commands().size();
     QCOMPARE(UTPS_DevSrv_SetOffline(), 0);
     QVERIFY(modem->waitForCommand("AT+CREG=0", 1000, before) >= 0);
-    QVERIFY(m_bed->waitForState("offline", MM_MODEM_STATE_DISABLED, kModemTimeoutMs));
+    QVERIFY(m_bed->waitForState("plain", MM_MODEM_STATE_DISABLED, kModemTimeoutMs));
 }
 
 void TestModemManager::twoModemsAndSwitch()
