@@ -140,9 +140,18 @@ MmClient::~MmClient()
     g_main_context_unref(m_context);
 }
 
+void MmClient::report(const BackendStatus& status)
+{
+    // A bus that stays away is retried every few seconds: said once.
+    if (status.ready == m_reported.ready && status.message == m_reported.message)
+        return;
+    m_reported = status;
+    reportStatus(status);
+}
+
 void MmClient::start()
 {
-    reportStatus({kBackend, false, "connecting to ModemManager on " + busText(), true});
+    report({kBackend, false, "connecting to ModemManager on " + busText(), true});
     m_thread = std::thread([this] { run(); });
     m_threadId = m_thread.get_id();
 }
@@ -206,9 +215,9 @@ void MmClient::connectBus()
                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
             nullptr, nullptr, &error);
     if (!connection) {
-        reportStatus({kBackend, false,
-                      "cannot reach " + busText() + ": " + errorText(error) +
-                          "; trying again every " + std::to_string(kReconnectSeconds) + " s"});
+        report({kBackend, false,
+                "cannot reach " + busText() + ": " + errorText(error) + "; trying again every " +
+                    std::to_string(kReconnectSeconds) + " s"});
         g_clear_error(&error);
         scheduleReconnect();
         return;
@@ -278,8 +287,7 @@ void MmClient::dropBus()
 void MmClient::onManagerReady(MMManager* manager, const std::string& error)
 {
     if (!manager) {
-        reportStatus(
-            {kBackend, false, "cannot follow ModemManager on " + busText() + ": " + error});
+        report({kBackend, false, "cannot follow ModemManager on " + busText() + ": " + error});
         dropBus();
         scheduleReconnect();
         return;
@@ -322,7 +330,7 @@ void MmClient::ownerChanged(GObject*, GParamSpec*, gpointer self)
 void MmClient::busClosed(GDBusConnection*, gboolean, GError* error, gpointer self)
 {
     auto* client = static_cast<MmClient*>(self);
-    reportStatus({kBackend, false, client->busText() + " closed: " + errorText(error)});
+    client->report({kBackend, false, client->busText() + " closed: " + errorText(error)});
     client->dropBus();
     client->refresh();
     client->scheduleReconnect();
@@ -337,14 +345,14 @@ void MmClient::reportOwner()
     m_daemonRunning = owner != nullptr;
     g_free(owner);
     if (!m_daemonRunning) {
-        reportStatus({kBackend, false,
-                      "ModemManager is not running on " + busText() +
-                          ": no modem can be managed until it starts"});
+        report({kBackend, false,
+                "ModemManager is not running on " + busText() +
+                    ": no modem can be managed until it starts"});
         return;
     }
     const gchar* version = mm_manager_get_version(m_manager);
-    reportStatus({kBackend, true,
-                  "ModemManager " + std::string(version ? version : "") + " on " + busText()});
+    report({kBackend, true,
+            "ModemManager " + std::string(version ? version : "") + " on " + busText()});
 }
 
 void MmClient::refresh()

@@ -10,6 +10,7 @@
 
 #include "EventQueue.h"
 #include "ModemRegistry.h"
+#include "SdkHost.h"
 
 #include <gio/gio.h>
 
@@ -86,6 +87,7 @@ private:
     void watchRfkill();
     void readRfkill();
     std::string busText() const;
+    void report(const BackendStatus& status);
 
     static void objectChanged(GDBusObjectManager*, GDBusObject*, gpointer self);
     static void interfaceChanged(GDBusObjectManager*, GDBusObject*, GDBusInterface*, gpointer self);
@@ -112,6 +114,7 @@ private:
     GSource* m_rfkillWatch = nullptr;
     int m_rfkillFd = -1;
     std::atomic<bool> m_daemonRunning{false};
+    BackendStatus m_reported; // on the client's thread, after start()
 };
 
 } // namespace utps::mm
