@@ -24,31 +24,31 @@ namespace {
 constexpr int kSettleTimeoutMs = 20000;
 constexpr int kExitBadUsage = 2;
 
-struct ModemSpec
+struct WantedModem
 {
     QString id;
     QString plugin = QStringLiteral("generic");
     AtModemConfig config;
 };
 
-bool parseModem(const QString& text, ModemSpec* spec)
+bool parseModem(const QString& text, WantedModem* wanted)
 {
     const QStringList parts = text.split(QLatin1Char(','));
-    spec->id = parts.value(0);
+    wanted->id = parts.value(0);
     for (const QString& option : parts.mid(1)) {
         const std::string value = option.section(QLatin1Char('='), 1).toStdString();
         if (option == QLatin1String("locked") || option == QLatin1String("unlocked"))
-            spec->config.pinEnabled = option == QLatin1String("locked");
+            wanted->config.pinEnabled = option == QLatin1String("locked");
         else if (option == QLatin1String("nosim"))
-            spec->config.simPresent = false;
+            wanted->config.simPresent = false;
         else if (option.startsWith(QLatin1String("plugin=")))
-            spec->plugin = QString::fromStdString(value);
+            wanted->plugin = QString::fromStdString(value);
         else if (option.startsWith(QLatin1String("model=")))
-            spec->config.model = value;
+            wanted->config.model = value;
         else
             return false;
     }
-    return !spec->id.isEmpty();
+    return !wanted->id.isEmpty();
 }
 
 void print(const QString& text)
@@ -63,11 +63,11 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     QStringList arguments = app.arguments().mid(1);
     QString logs = QDir::temp().filePath(QStringLiteral("mm_testbed-logs"));
-    QList<ModemSpec> modems;
+    QList<WantedModem> modems;
     QStringList command;
     while (!arguments.isEmpty()) {
         const QString argument = arguments.takeFirst();
-        ModemSpec spec;
+        WantedModem wanted;
         if (argument == QLatin1String("--")) {
             command = arguments;
             break;
@@ -75,8 +75,8 @@ int main(int argc, char* argv[])
         if (argument == QLatin1String("--logs") && !arguments.isEmpty())
             logs = arguments.takeFirst();
         else if (argument == QLatin1String("--modem") && !arguments.isEmpty() &&
-                 parseModem(arguments.takeFirst(), &spec))
-            modems << spec;
+                 parseModem(arguments.takeFirst(), &wanted))
+            modems << wanted;
         else {
             print(QStringLiteral("usage: mm_testbed [--logs DIR] [--modem ID[,OPTION...]]... "
                                  "[-- COMMAND...]"));
@@ -105,17 +105,17 @@ int main(int argc, char* argv[])
         print(error);
         return 1;
     }
-    for (const ModemSpec& spec : std::as_const(modems)) {
-        if (!bed.addModem(spec.id, spec.config, spec.plugin, &error)) {
+    for (const WantedModem& wanted : std::as_const(modems)) {
+        if (!bed.addModem(wanted.id, wanted.config, wanted.plugin, &error)) {
             print(error);
             return 1;
         }
     }
     // Each modem as the daemon settles it: locked, disabled, or failed without a SIM.
-    for (const ModemSpec& spec : std::as_const(modems)) {
-        const int state = !spec.config.simPresent ? -1 : spec.config.pinEnabled ? 2 : 3;
-        if (!bed.waitForState(spec.id, state, kSettleTimeoutMs)) {
-            print(QStringLiteral("modem %1 did not settle (logs in %2)").arg(spec.id, logs));
+    for (const WantedModem& wanted : std::as_const(modems)) {
+        const int state = !wanted.config.simPresent ? -1 : wanted.config.pinEnabled ? 2 : 3;
+        if (!bed.waitForState(wanted.id, state, kSettleTimeoutMs)) {
+            print(QStringLiteral("modem %1 did not settle (logs in %2)").arg(wanted.id, logs));
             return 1;
         }
     }
