@@ -84,7 +84,7 @@ public:
 
     int registerDevMgrCallback(UTPS_EVENT_CALLBACK callback) override
     {
-        return setDeviceCallback(EventQueue::Route::DeviceManager, callback);
+        return callback ? setDeviceCallback(EventQueue::Route::DeviceManager, callback) : kFailed;
     }
 
     int unRegisterDevMgrCallback() override
@@ -94,7 +94,7 @@ public:
 
     int registerMultiDeviceEventCallback(UTPS_EVENT_CALLBACK callback) override
     {
-        return setDeviceCallback(EventQueue::Route::MultiDevice, callback);
+        return callback ? setDeviceCallback(EventQueue::Route::MultiDevice, callback) : kFailed;
     }
 
     int unRegisterMultiDeviceEventCallback() override
@@ -300,14 +300,9 @@ public:
 private:
     int setDeviceCallback(EventQueue::Route route, UTPS_EVENT_CALLBACK callback)
     {
-        if (callback == nullptr && route != EventQueue::Route::Init) {
-            m_events.setCallback(route, nullptr);
-            m_client.post(m_registry.setDeviceCallback(m_events.hasDeviceCallback()));
-            return 0;
-        }
         m_events.setCallback(route, callback);
-        // Modems that came while nobody listened start now.
-        m_client.post(m_registry.setDeviceCallback(true));
+        // Modems that came while nobody listened start once someone does.
+        m_client.post(m_registry.setDeviceCallback(m_events.hasDeviceCallback()));
         return 0;
     }
 
