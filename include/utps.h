@@ -124,7 +124,15 @@ typedef struct _UTPS_ST_RF_SWITCH
 
 /* Event codes. Init events reach the init callback; the others reach the
  * device-manager callback (or, when none is registered, the multi-device
- * callback). Payloads are valid during the callback only. */
+ * callback). Payloads are valid during the callback only.
+ *
+ * The callback carries no length: a payload is at least as long as
+ * UTPS_EventPayloadSize says for its code, whatever raised the event, and any
+ * code may come with a null payload.
+ *   6010, 6601, 6606   sizeof(_UTPS_ST_MULTI_DEVICE_INFO), 8708 bytes
+ *   6615               two uint32 words, 8 bytes
+ *   6616, 6619, 6620   one uint32 word, 4 bytes
+ *   any other code     one uint32 word, 4 bytes, which the receiver ignores */
 #define UTPS_EVENT_DEV_INIT_BEGIN 6000
 #define UTPS_EVENT_DEV_SIM_INVALID 6002
 #define UTPS_EVENT_DEV_INIT_SUCCESS 6008
@@ -144,6 +152,21 @@ typedef struct _UTPS_ST_RF_SWITCH
 #define UTPS_EVENT_DEV_POWER 6616            /* payload: uint32 power event */
 #define UTPS_EVENT_DEV_SIM_STATE_CHANGE 6619 /* payload: uint32 SIM state word */
 #define UTPS_EVENT_DEV_FP_VERIFY 6620        /* payload: uint32 verify state */
+
+/* The least number of bytes a non-null payload of `event` holds. */
+static inline uint32_t UTPS_EventPayloadSize(int event)
+{
+    switch (event) {
+    case UTPS_EVENT_DEV_LIST_UPDATE:
+    case UTPS_EVENT_DEV_REJECT:
+    case UTPS_EVENT_DEV_DETECTED:
+        return (uint32_t)sizeof(_UTPS_ST_MULTI_DEVICE_INFO);
+    case UTPS_EVENT_DEV_RF_SWITCH:
+        return 2 * (uint32_t)sizeof(uint32_t);
+    default:
+        return (uint32_t)sizeof(uint32_t);
+    }
+}
 
 typedef int (*UTPS_EVENT_CALLBACK)(int event, void* payload);
 

@@ -4,6 +4,7 @@
 
 #include <utps.h>
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -19,6 +20,7 @@ struct Delivery
     bool nullPayload = true;
     QList<uint> words;   // 6619, 6616, 6620: one word; 6615: software, hardware
     QStringList devices; // "name:port:protocol", for device-list codes
+    QByteArray bytes;    // the payload, as long as the header promises for the code
 };
 
 class EventRecorder
@@ -63,7 +65,12 @@ private:
     template <int route> static int on(int code, void* payload)
     {
         const char* routes[] = {"init", "devmgr", "multi"};
-        Delivery event{routes[route], code, std::this_thread::get_id(), !payload, {}, {}};
+        Delivery event{routes[route], code, std::this_thread::get_id(), !payload, {}, {}, {}};
+        // All the header promises for the code, read whatever the code: a
+        // backend that delivers less shows up under the address sanitizer.
+        if (payload)
+            event.bytes = QByteArray(static_cast<const char*>(payload),
+                                     static_cast<int>(UTPS_EventPayloadSize(code)));
         const auto* list = static_cast<const _UTPS_ST_MULTI_DEVICE_INFO*>(payload);
         if (payload && (code == UTPS_EVENT_DEV_LIST_UPDATE || code == UTPS_EVENT_DEV_REJECT ||
                         code == UTPS_EVENT_DEV_DETECTED)) {

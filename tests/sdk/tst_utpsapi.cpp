@@ -310,6 +310,36 @@ private slots:
         QCOMPARE(seen, delivered);
     }
 
+    // A raw event carries the words it was given, then zeros up to the size
+    // the header promises for its code: receivers read that much.
+    void rawPayloadsArePadded_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QList<uint>>("given");
+        QTest::newRow("radio switch, no word") << 6615 << QList<uint>{};
+        QTest::newRow("radio switch, one word") << 6615 << QList<uint>{1};
+        QTest::newRow("SIM state, no word") << 6619 << QList<uint>{};
+        QTest::newRow("device detected, count only") << 6606 << QList<uint>{1};
+        QTest::newRow("device rejected, no word") << 6601 << QList<uint>{};
+        QTest::newRow("list update, three words") << 6010 << QList<uint>{2, 7, 1};
+        QTest::newRow("init event, more words than needed") << 6011 << QList<uint>{5, 6};
+    }
+    void rawPayloadsArePadded()
+    {
+        QFETCH(int, code);
+        QFETCH(QList<uint>, given);
+        EventRecorder::registerInit();
+        EventRecorder::registerDevMgr();
+        card().raiseEvent(code, std::vector<uint32_t>(given.begin(), given.end()));
+        QVERIFY(card().waitIdle());
+        QCOMPARE(EventRecorder::events().size(), 1);
+        const QByteArray bytes = EventRecorder::events().front().bytes;
+        QByteArray expected(static_cast<int>(UTPS_EventPayloadSize(code)), '\0');
+        for (int i = 0; i < given.size() && (i + 1) * 4 <= expected.size(); ++i)
+            std::memcpy(expected.data() + i * 4, &given[i], 4);
+        QCOMPARE(bytes, expected);
+    }
+
     void shortDeviceName()
     {
         for (const std::string name : {"ABCDEFGHIJKLMNOPQRSTUVW", "ABCDEFGHIJKLMNOPQRSTUVWX"}) {

@@ -57,6 +57,7 @@ void EventQueue::drain()
             list = *event.list;
             payload = &list;
         } else if (!event.words.empty()) {
+            padPayload(event.code, &event.words);
             payload = event.words.data();
         }
         m_delivering = true;

@@ -190,8 +190,8 @@ void VirtualCard::Private::workerLoop()
             deliveryBuffer = *event.list;
             payload = &deliveryBuffer;
         } else if (event.payload == QueuedEvent::Payload::Words) {
-            if (event.words.empty())
-                event.words.push_back(0); // a payload, even if empty, is never null
+            // A payload given, even an empty one, is never null.
+            utps::padPayload(event.code, &event.words);
             payload = event.words.data();
         }
         auto observer = eventObserver;
