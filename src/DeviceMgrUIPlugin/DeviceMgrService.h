@@ -169,6 +169,9 @@ public:
     int createFPDlg();
     void handleFPVerifyEvent();
     void ChangePrompt(_UTPS_EN_VERIFYINDSTATE state);
+    // The same for the raw word of a verify event, which may hold any value:
+    // only the enumeration's own values may become one.
+    void ChangePrompt(unsigned int state);
     void FPLockOnDialogClose();
 
     // Last used device

@@ -185,15 +185,20 @@ void CDeviceMgrService::handleFPVerifyEvent()
 
     if (!m_pFPTimer)
         m_pFPTimer = new QTimer(this);
-    ChangePrompt(static_cast<_UTPS_EN_VERIFYINDSTATE>(state));
+    ChangePrompt(state);
     startPromptTimer(m_pFPTimer, this);
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::ChangePrompt(_UTPS_EN_VERIFYINDSTATE state)
 {
+    ChangePrompt(static_cast<unsigned int>(state));
+}
+
+void CDeviceMgrService::ChangePrompt(unsigned int state)
+{
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
-    const QString key = promptKey(static_cast<unsigned int>(state));
+    const QString key = promptKey(state);
     if (m_plabelFPInfoLabel)
         m_plabelFPInfoLabel->setText(tr(key));
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
