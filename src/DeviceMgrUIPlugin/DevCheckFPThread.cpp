@@ -18,15 +18,6 @@ constexpr unsigned long DeliveryGapMs = 1000;
 constexpr unsigned long FlushGapMs = 500;
 constexpr unsigned int StopBound = 5;
 
-// Hands one held-back event to the service, which re-emits it as its queued
-// init-event signal: the thread itself never touches the GUI.
-void deliver(int event)
-{
-    CDeviceMgrService* service = CDeviceMgrService::existingInstance();
-    if (service)
-        service->OnMyDeviceMgrInitEventHandler(event);
-}
-
 } // namespace
 
 DevCheckFPThread::DevCheckFPThread() : QThread(nullptr)
@@ -46,10 +37,60 @@ DevCheckFPThread::~DevCheckFPThread()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bStopThread = 1;
+    wakePauses();
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     // Owners call Stop() first; waiting here keeps a forgotten Stop() from
     // destroying a running QThread.
     wait();
+}
+
+void DevCheckFPThread::attach(CDeviceMgrService* service)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutexService);
+    m_pService = service;
+    m_bDetached = false;
+}
+
+void DevCheckFPThread::detach()
+{
+    {
+        // Waits for a delivery under way: the service outlives it.
+        std::lock_guard<std::recursive_mutex> lock(m_mutexService);
+        m_pService = nullptr;
+        m_bDetached = true;
+    }
+    wakePauses();
+}
+
+// Re-emitted by the service as its queued init-event signal: the thread
+// itself never touches the GUI.
+void DevCheckFPThread::deliver(int event)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutexService);
+    if (m_pService)
+        m_pService->OnMyDeviceMgrInitEventHandler(event);
+}
+
+bool DevCheckFPThread::serviceShuttingDown()
+{
+    std::lock_guard<std::recursive_mutex> lock(m_mutexService);
+    return !m_pService || m_pService->shuttingDown();
+}
+
+bool DevCheckFPThread::pause(unsigned long ms)
+{
+    std::unique_lock<std::mutex> lock(m_mutexWake);
+    return !m_wake.wait_for(lock, std::chrono::milliseconds(ms),
+                            [this] { return m_bStopThread.load() || m_bDetached.load(); });
+}
+
+void DevCheckFPThread::wakePauses()
+{
+    // Taking the mutex orders the flag just set before a sleeper's test of it.
+    {
+        std::lock_guard<std::mutex> lock(m_mutexWake);
+    }
+    m_wake.notify_all();
 }
 
 void DevCheckFPThread::Push(int event)
@@ -82,21 +123,27 @@ std::vector<int> DevCheckFPThread::queuedEvents()
 
 void DevCheckFPThread::SendAllNotifies()
 {
-    // The lock stays held across the pauses on purpose: an event pushed while
-    // the backlog drains must queue up behind it, not overtake it.
-    QMutexLocker lock(&m_mutexEvents);
-    while (!m_vecEvents.empty()) {
-        if (isShuttingDown()) {
-            qDebug("%s : %s : %s : Events ignored: App Shutting down ",
-                   DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
-            return;
+    // The queue is locked only to take one event out, never across a delivery
+    // or a pause: an event pushed while the backlog drains joins its end and
+    // cannot overtake it, and nobody waits for the drain to finish.
+    for (;;) {
+        int event = 0;
+        {
+            QMutexLocker lock(&m_mutexEvents);
+            if (m_vecEvents.empty())
+                return;
+            if (m_bStopThread || isShuttingDown()) {
+                qDebug("%s : %s : %s : Events ignored: App Shutting down ",
+                       DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+                return;
+            }
+            event = m_vecEvents.front();
+            m_vecEvents.erase(m_vecEvents.begin());
         }
-        const int event = m_vecEvents.front();
-        m_vecEvents.erase(m_vecEvents.begin());
         qDebug("%s : %s : %s : called event = %d", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile),
                event);
         deliver(event);
-        QThread::msleep(FlushGapMs);
+        pause(FlushGapMs);
     }
 }
 
@@ -118,6 +165,7 @@ void DevCheckFPThread::Stop()
 {
     qDebug("DevCheckFPThread::Stop() Entered");
     m_bStopThread = 1;
+    wakePauses();
     QThread::msleep(PollMs);
     CommonUtils::WaitForThreadToStop(this, StopBound);
     qDebug("DevCheckFPThread::Stop() Exit");
@@ -127,13 +175,13 @@ void DevCheckFPThread::appQuitStop()
 {
     qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bStopThread = 1;
+    wakePauses();
     qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 bool DevCheckFPThread::isShuttingDown()
 {
-    CDeviceMgrService* service = CDeviceMgrService::existingInstance();
-    if (service && service->shuttingDown())
+    if (serviceShuttingDown())
         return true;
     if (QCoreApplication::closingDown())
         return true;
@@ -151,8 +199,7 @@ void DevCheckFPThread::run()
     for (;;) {
         if (m_bStopThread)
             break;
-        CDeviceMgrService* service = CDeviceMgrService::existingInstance();
-        if (service && service->shuttingDown()) {
+        if (serviceShuttingDown()) {
             qDebug("%s : %s : %s : Events ignored: App Shutting down ",
                    DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
             break;
@@ -168,7 +215,7 @@ void DevCheckFPThread::run()
                        DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
                 break;
             }
-            QThread::msleep(PollMs);
+            pause(PollMs);
             continue;
         }
         const int event = m_vecEvents.front();
@@ -188,7 +235,7 @@ void DevCheckFPThread::run()
                            DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
                     break;
                 }
-                QThread::msleep(PollMs);
+                pause(PollMs);
             }
         }
 
@@ -197,7 +244,7 @@ void DevCheckFPThread::run()
                    DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
             break;
         }
-        QThread::msleep(DeliveryGapMs);
+        pause(DeliveryGapMs);
     }
 
     CommonUtils::ThreadCountDec(QString::fromLatin1(DeviceMgrTrace::ServiceFile),

@@ -210,6 +210,7 @@ int CDeviceMgrService::OnDeviceMgrInitEvent(int event, void* /*data*/)
             // Made here on the SDK's thread; its slots and its deletion
             // belong to the service's thread.
             fpThread->moveToThread(service->thread());
+            fpThread->attach(service);
             fpThread->FPLock();
             service->m_pFPThread.store(fpThread);
             fpThread->start();
@@ -292,6 +293,11 @@ void CDeviceMgrService::appQuitStop()
 void CDeviceMgrService::releaseData()
 {
     qDebug("%s : %s : %s : destructor called", DM_TRACE_ARGS(ServiceFile));
+    // A held-back backlog may be handing events on, paced, inside an SDK
+    // callback that holds the gate: cut it off first, or the wait for the
+    // gate below would last as long as the backlog.
+    if (DevCheckFPThread* fpThread = m_pFPThread.load())
+        fpThread->detach();
     {
         // From here on a late SDK callback finds no service.
         std::lock_guard<std::mutex> gate(callbackGate());
@@ -311,6 +317,8 @@ void CDeviceMgrService::releaseData()
         deleteWhenFinished(m_pWin7Thread);
     }
     if (DevCheckFPThread* fpThread = m_pFPThread.exchange(nullptr)) {
+        // Again: a callback may have made the thread since.
+        fpThread->detach();
         fpThread->Stop();
         stopLateStartedThread(fpThread);
         deleteWhenFinished(fpThread);

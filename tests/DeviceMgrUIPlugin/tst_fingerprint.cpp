@@ -7,8 +7,12 @@
 #include <Change.h>
 #include <ExtendDialog.h>
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QTest>
+
+#include <atomic>
+#include <thread>
 
 // The init events the service re-emits, as they reach the GUI thread.
 struct InitEventLog : QObject
@@ -112,6 +116,7 @@ private slots:
         InitEventLog log(CDeviceMgrService::instance());
         const int threadsBefore = CommonUtils::ThreadCount();
         DevCheckFPThread thread;
+        thread.attach(CDeviceMgrService::instance());
         thread.FPLock();
         for (int code : {UTPS_EVENT_DEV_FPLOCK, UTPS_EVENT_DEV_INIT_SUCCESS,
                          UTPS_EVENT_DEV_DEVICE_INIT_FINISH})
@@ -129,6 +134,67 @@ private slots:
         thread.Pop(UTPS_EVENT_DEV_CHECK_PIN); // not queued: nothing changes
         QCOMPARE(thread.queuedEvents(), (std::vector<int>{UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
                                                           UTPS_EVENT_DEV_INIT_SUCCESS}));
+    }
+
+    // A backlog handed on, paced, by an SDK callback: the GUI thread can
+    // still take an event out of the queue, and tear the service down,
+    // without waiting for the backlog to drain.
+    void drainingBacklogHoldsNoLockTheGuiThreadNeeds()
+    {
+        CDeviceMgrService* service = m_host->startService();
+        InitEventLog log(service);
+        std::thread(&CDeviceMgrService::OnDeviceMgrInitEvent, UTPS_EVENT_DEV_FPLOCK, nullptr)
+            .join();
+        DevCheckFPThread* thread = service->fpThread();
+        QVERIFY(thread);
+        thread->FPUnLock();
+        QTRY_VERIFY(thread->isFinished());
+        const QList<int> backlog{UTPS_EVENT_DEV_INIT_SUCCESS,       UTPS_EVENT_DEV_CHECK_PIN,
+                                 UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_INIT_RESET,
+                                 UTPS_EVENT_DEV_INIT_SUCCESS,       UTPS_EVENT_DEV_CHECK_PIN};
+        for (int code : backlog)
+            thread->Push(code);
+        log.codes.clear();
+        std::thread sdk(&CDeviceMgrService::OnDeviceMgrInitEvent, UTPS_EVENT_DEV_INIT_BEGIN,
+                        nullptr);
+        QTRY_COMPARE(log.codes, QList<int>{backlog.first()}); // now in its first pause
+
+        QElapsedTimer clock;
+        clock.start();
+        thread->Pop(UTPS_EVENT_DEV_CHECK_PIN);
+        const qint64 popMs = clock.elapsed();
+        QTRY_COMPARE(log.codes.size(), 2);
+        CDeviceMgrService::Destroy();
+        const qint64 teardownMs = clock.elapsed();
+        sdk.join();
+        QVERIFY2(popMs < 250, qPrintable(QString::number(popMs)));
+        QCOMPARE(log.codes.last(), UTPS_EVENT_DEV_DEVICE_INIT_FINISH); // the popped one skipped
+        // Two pauses of 500 ms remained; the teardown itself takes some 100 ms.
+        QVERIFY2(teardownMs < 1500, qPrintable(QString::number(teardownMs)));
+    }
+
+    // The fingerprint thread caught in a delivery for longer than the
+    // service's wait for it to stop: the service is not destroyed under it.
+    void serviceOutlivesADeliveryUnderWay()
+    {
+        CDeviceMgrService* service = m_host->startService();
+        std::atomic<bool> delivering{false};
+        std::atomic<bool> delivered{false};
+        connect(
+            service, &CDeviceMgrService::signalDeviceMgrInitEventHandler, this,
+            [&](qint32) {
+                if (QThread::currentThread() == thread())
+                    return;
+                delivering = true;
+                QThread::msleep(9000); // beyond the 5 s + 3 s the service waits
+                delivered = true;
+            },
+            Qt::DirectConnection);
+        std::thread(&CDeviceMgrService::OnDeviceMgrInitEvent, UTPS_EVENT_DEV_FPLOCK, nullptr)
+            .join();
+        QTRY_VERIFY(delivering.load());
+        CDeviceMgrService::Destroy(); // the service is gone when it returns
+        QVERIFY(delivered.load());
     }
 };
 
