@@ -1,9 +1,9 @@
 // CDeviceMgrService: creation, start-up, SDK event intake and teardown.
 //
 // The SDK calls the two static callbacks on a thread of its own. They touch
-// only a few atomic words, the access layer's device list and the fingerprint
-// thread, and emit signals; the automatic connections queue every signal to
-// the GUI thread, where all real handling happens.
+// only a few atomic words and the fingerprint thread, copy a device list, and
+// emit signals; the automatic connections queue every signal (and the copied
+// list) to the GUI thread, where all real handling happens.
 #include "DeviceMgrService.h"
 
 #include "DevCheckFPThread.h"
@@ -19,6 +19,7 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <memory>
 #include <mutex>
 
 using DeviceMgrTrace::ServiceFile;
@@ -258,8 +259,7 @@ int CDeviceMgrService::OnDevMgrEventsCB(int event, void* data)
     } else {
         if (carriesDeviceList(event) && service->m_pUILogic) {
             qDebug("%s : %s : %s :Update Device Info on events", DM_TRACE_ARGS(ServiceFile));
-            service->m_pUILogic->ClearDeviceInfo();
-            service->m_pUILogic->SetDeviceInfo(static_cast<_UTPS_ST_MULTI_DEVICE_INFO*>(data));
+            service->takeDeviceList(static_cast<const _UTPS_ST_MULTI_DEVICE_INFO*>(data));
             emit service->signalUpdateChooseDevice();
         }
         if (data) {
@@ -275,6 +275,29 @@ int CDeviceMgrService::OnDevMgrEventsCB(int event, void* data)
     emit service->signalDeviceMgrEventHandler(event);
     qDebug("%s : %s : %s : exit", DM_TRACE_ARGS(ServiceFile));
     return 1;
+}
+
+void CDeviceMgrService::takeDeviceList(const _UTPS_ST_MULTI_DEVICE_INFO* list)
+{
+    if (QThread::currentThread() == thread()) {
+        applyDeviceList(const_cast<_UTPS_ST_MULTI_DEVICE_INFO*>(list));
+        return;
+    }
+    // The payload is valid during the callback only. Queued like the
+    // signals emitted after it, so the list is in place before they arrive.
+    std::shared_ptr<_UTPS_ST_MULTI_DEVICE_INFO> copy;
+    if (list)
+        copy = std::make_shared<_UTPS_ST_MULTI_DEVICE_INFO>(*list);
+    QMetaObject::invokeMethod(
+        this, [this, copy] { applyDeviceList(copy.get()); }, Qt::QueuedConnection);
+}
+
+void CDeviceMgrService::applyDeviceList(_UTPS_ST_MULTI_DEVICE_INFO* list)
+{
+    if (!m_pUILogic)
+        return;
+    m_pUILogic->ClearDeviceInfo();
+    m_pUILogic->SetDeviceInfo(list);
 }
 
 void CDeviceMgrService::OnMyDeviceMgrInitEventHandler(int event)

@@ -253,6 +253,11 @@ public slots:
     void onUpdateChooseDevice();
 
 private:
+    // The device list of a device-list event, handed to the GUI thread by
+    // value: the access layer's list is only ever written there.
+    void takeDeviceList(const _UTPS_ST_MULTI_DEVICE_INFO* list);
+    void applyDeviceList(_UTPS_ST_MULTI_DEVICE_INFO* list);
+
     CDeviceMgrService();
     ~CDeviceMgrService() override;
     // Clears the information pop-up's pointers (not its timer, which the

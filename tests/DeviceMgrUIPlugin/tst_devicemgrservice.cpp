@@ -150,16 +150,13 @@ private slots:
         logic->ClearDeviceInfo();
         const uint simWord = service->simStateWord(), fpWord = service->fpVerifyWord();
         Received received(service);
-        // Runs on the SDK's thread as the event is forwarded: the list is in place by then.
+        // Runs on the GUI thread as the forwarded event arrives: the list is in place by then.
         QStringList names;
-        connect(
-            service, &CDeviceMgrService::signalDeviceMgrEventHandler, service,
-            [&] {
-                const _UTPS_ST_MULTI_DEVICE_INFO& list = logic->StoredDeviceInfo();
-                for (int i = 0; i < list.nDevNum && i < MAX_DEVICE_COUNT; ++i)
-                    names << QString::fromLatin1(list.stDevInfo[i].szDeviceName);
-            },
-            Qt::DirectConnection);
+        connect(service, &CDeviceMgrService::signalDeviceMgrEventHandler, service, [&] {
+            const _UTPS_ST_MULTI_DEVICE_INFO& list = logic->StoredDeviceInfo();
+            for (int i = 0; i < list.nDevNum && i < MAX_DEVICE_COUNT; ++i)
+                names << QString::fromLatin1(list.stDevInfo[i].szDeviceName);
+        });
         g_trace.clear();
         const QtMessageHandler previous = qInstallMessageHandler(noteThread);
         for (int code : codes) {
@@ -185,6 +182,25 @@ private slots:
         // The callback runs on the SDK's thread, the handling slot on the GUI thread.
         QCOMPARE(threadsWriting("OnDevMgrEventsCB : called event = "), QStringList{"sdk"});
         QCOMPARE(threadsWriting("deviceMgrEventHandler : ,called"), QStringList{"gui"});
+    }
+    // The list is the GUI thread's: one arriving from the SDK's thread takes
+    // its place there, in turn, never while the GUI thread works with it.
+    void deviceListsArriveOnTheGuiThread()
+    {
+        HostFixture host;
+        host.card().addCard({});
+        CDeviceMgrService* service = host.startService();
+        QVERIFY(host.waitForEvents());
+        DeviceMgrUILogic* logic = service->uiLogic();
+        for (int i = 0; i < 200; ++i)
+            host.card().raiseDeviceListEvent(UTPS_EVENT_DEV_DETECTED);
+        while (host.card().pendingEvents() > 0) {
+            logic->ClearDeviceInfo();
+            QThread::usleep(500);
+        }
+        QCOMPARE(logic->StoredDeviceInfo().nDevNum, 0);
+        QVERIFY(host.waitForEvents());
+        QCOMPARE(logic->StoredDeviceInfo().nDevNum, 1);
     }
     void eventsDroppedAfterAboutToQuit()
     {
