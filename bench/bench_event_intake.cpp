@@ -40,7 +40,7 @@ class BareEmitter : public QObject
 {
     Q_OBJECT
 signals:
-    void event(qint32 code);
+    void sent(qint32 code);
 };
 
 // Sends events one at a time from a worker thread through `send`, waiting for
@@ -119,9 +119,9 @@ int main(int argc, char** argv)
         QObject::connect(service, &CDeviceMgrService::signalDeviceMgrEventHandler, receiver, slot);
     };
     BareEmitter bare;
-    auto baseline = [&] { emit bare.event(kPlainEvent); };
+    auto baseline = [&] { emit bare.sent(kPlainEvent); };
     auto bareReceiver = [&](QObject* receiver, auto slot) {
-        QObject::connect(&bare, &BareEmitter::event, receiver, slot);
+        QObject::connect(&bare, &BareEmitter::sent, receiver, slot);
     };
 
     std::vector<double> medians[2], p99s[2];

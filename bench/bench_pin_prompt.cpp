@@ -37,7 +37,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int kModemLocked = 2;
 constexpr int kWaitMs = 20000;
 const QString kPinDialog = QStringLiteral("DeviceMgrUI_VerifyPINDlg");
 

@@ -33,7 +33,9 @@ public:
 
 signals:
     void dlgCloseEvent();
-    void closeEvent(QCloseEvent* event);
+    // Named like QWidget's handler on purpose: it takes its place, so the
+    // receivers of a close decide by ignoring the event or leaving it accepted.
+    void closeEvent(QCloseEvent* event) override;
 
 protected:
     bool event(QEvent* event) override;

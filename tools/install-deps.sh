@@ -6,6 +6,9 @@ packages=(
     cmake g++ ninja-build pkg-config
     qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-tools-dev-tools
     xvfb xauth
+    # clang for the sanitizer builds (its undefined-behaviour checks include
+    # enumeration loads, which gcc's lack) and libFuzzer for the fuzz targets.
+    clang libclang-rt-14-dev
     # The SDK's modemmanager backend (libmm-glib forgets to depend on GLib's
     # headers), and the real daemon with a private bus for its tests.
     libmm-glib-dev libglib2.0-dev
