@@ -139,6 +139,7 @@ bool HostApp::prepare()
             return screenshot(file, screen, error);
         };
         m_runner = std::make_unique<ScenarioRunner>(m_scenario.steps, hooks);
+        m_runner->setExpectTimeoutCap(m_options.expectTimeoutMs);
         // From the very start: a plug-in may ask something before step 1.
         m_runner->installResponder();
         connect(m_runner.get(), &ScenarioRunner::finished, this, &HostApp::onScenarioFinished);
@@ -268,7 +269,10 @@ bool HostApp::prepareHostSettings()
 
 void HostApp::prepareSdk()
 {
-    const ScenarioHost& host = m_scenario.host;
+    ScenarioHost& host = m_scenario.host;
+    // Last, so that they win over the scenario's own for the same function.
+    for (const HostOptions::Fault& fault : std::as_const(m_options.faults))
+        host.faults.append({fault.function, fault.result, -1});
     sim::VirtualCard& cards = sim::VirtualCard::instance();
     // Faults are the C API's: they hold whatever the backend.
     for (const ScenarioFault& fault : host.faults)

@@ -20,6 +20,49 @@ QString* valueSlot(HostOptions* options, const QString& name)
     return nullptr;
 }
 
+// Options whose value is checked and converted, rather than kept as text.
+bool isConverted(const QString& name)
+{
+    return name == QLatin1String("--fault") || name == QLatin1String("--expect-timeout");
+}
+
+bool isFunctionName(const QString& name)
+{
+    if (name.isEmpty() || name.at(0).isDigit())
+        return false;
+    for (const QChar c : name) {
+        if (!(c.isLetterOrNumber() || c == QLatin1Char('_')))
+            return false;
+    }
+    return true;
+}
+
+bool convert(HostOptions* options, const QString& name, const QString& value, QString* error)
+{
+    bool ok = false;
+    if (name == QLatin1String("--expect-timeout")) {
+        const int ms = value.toInt(&ok);
+        if (!ok || ms < 0) {
+            *error = QStringLiteral("--expect-timeout needs milliseconds (0 or more), not \"%1\"")
+                         .arg(value);
+            return false;
+        }
+        options->expectTimeoutMs = ms;
+        return true;
+    }
+    const int equals = value.indexOf(QLatin1Char('='));
+    const QString function = value.left(equals);
+    const int result = equals > 0 ? value.mid(equals + 1).toInt(&ok) : 0;
+    if (!ok || !isFunctionName(function)) {
+        *error = QStringLiteral("--fault needs FUNCTION=RESULT with a whole number as RESULT, "
+                                "not \"%1\"")
+                     .arg(value);
+        return false;
+    }
+    options->faults.append({function, result});
+    return true;
+}
+
 bool* flagSlot(HostOptions* options, const QString& name)
 {
     if (name == QLatin1String("--headless"))
@@ -54,7 +97,7 @@ bool HostOptions::parse(const QStringList& arguments, HostOptions* options, QStr
             continue;
         }
         QString* slot = valueSlot(options, name);
-        if (!slot) {
+        if (!slot && !isConverted(name)) {
             *error = QStringLiteral("unknown option %1").arg(arguments.at(i));
             return false;
         }
@@ -68,6 +111,11 @@ bool HostOptions::parse(const QStringList& arguments, HostOptions* options, QStr
         if (value.isEmpty()) {
             *error = QStringLiteral("%1 needs a value").arg(name);
             return false;
+        }
+        if (!slot) {
+            if (!convert(options, name, value, error))
+                return false;
+            continue;
         }
         *slot = value;
     }
@@ -94,6 +142,7 @@ QString HostOptions::usage()
         "usage: linkhost [--scenario FILE] [--headless] [--transcript FILE]\n"
         "                [--screenshots DIR] [--trace] [--setup FILE] [--plugins DIR]\n"
         "                [--user-data DIR] [--backend sim|modemmanager]\n"
+        "                [--fault FUNCTION=RESULT]... [--expect-timeout MS]\n"
         "  --scenario FILE     replay FILE; exit 0 when every expectation held,\n"
         "                      1 when one failed, 2 when the file is bad\n"
         "  --setup FILE        take the virtual cards and host settings from FILE and\n"
@@ -110,5 +159,8 @@ QString HostOptions::usage()
         "                      modemmanager (the modems of ModemManager); default:\n"
         "                      $UTPS_BACKEND, else sim for a scenario with virtual\n"
         "                      cards, else modemmanager when ModemManager is on the\n"
-        "                      system bus, else sim\n");
+        "                      system bus, else sim\n"
+        "  --fault F=R         the SDK function F returns R on every call, whatever\n"
+        "                      the backend (repeatable; wins over the scenario's faults)\n"
+        "  --expect-timeout MS wait at most MS for any expectation of the scenario\n");
 }

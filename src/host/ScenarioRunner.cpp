@@ -394,6 +394,8 @@ void ScenarioRunner::beginWait(const ScenarioStep& step)
         m_wait.limitMs = intOf(step.json, "for", DefaultExpectNotMs);
     else
         m_wait.limitMs = intOf(step.json, "timeout", DefaultExpectTimeoutMs);
+    if (m_expectTimeoutCapMs >= 0)
+        m_wait.limitMs = qMin(m_wait.limitMs, m_expectTimeoutCapMs);
     m_wait.scanFrom = m_cursor;
     m_wait.clock.start();
     poll();

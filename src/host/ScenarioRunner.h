@@ -43,6 +43,9 @@ public:
     // Answers every message box from now on: the queued replies first, then
     // the first button.
     void installResponder();
+    // No expectation waits longer than `ms` (< 0: each waits as written), so
+    // that runs made to fail end quickly.
+    void setExpectTimeoutCap(int ms) { m_expectTimeoutCapMs = ms; }
     void start();
     // Ends an unfinished run as failed at the current step, for `why`.
     void abort(const QString& why);
@@ -108,4 +111,5 @@ private:
     QTimer m_pollTimer;
     QList<int> m_answers;
     bool m_responderInstalled = false;
+    int m_expectTimeoutCapMs = -1;
 };

@@ -134,6 +134,27 @@ private slots:
             {"expect": "widget", "widget": "LinkHost_DeviceLabel", "text": "Device: none"},
             {"expect": "widget", "widget": "LinkHost_SimStateWord", "visible": false}]})",
             0, {}, {"expect ok 3 "}, {"--backend", "modemmanager"});
+        // The main window asks for the device name on each 581.
+        row("--fault: every call fails, whatever the backend, over the scenario's own fault",
+            R"({"host": {"faults": [{"function": "UTPS_DevSrv_GetDeviceName", "result": 5}]},
+            "steps": [{"do": "notify", "code": 581}, {"do": "notify", "code": 581},
+            {"expect": "sdk", "call": "UTPS_DevSrv_GetDeviceName", "result": -559038737},
+            {"expect": "sdk", "call": "UTPS_DevSrv_GetDeviceName", "result": -559038737}]})",
+            0, {}, {"expect ok 4 "},
+            {"--backend", "modemmanager", "--fault", "UTPS_DevSrv_GetDeviceName=-559038737"});
+        row("--expect-timeout caps both kinds of expectation", R"({"steps": [
+            {"expect-not": "notify", "code": 579, "for": 60000},
+            {"expect": "notify", "code": 579, "timeout": 60000}]})",
+            1, {"step 2 failed", "no notify record within 100 ms"}, {"for 100 ms"},
+            {"--expect-timeout", "100"});
+        row("--fault without a result", R"({"steps": []})", 2,
+            {"--fault needs FUNCTION=RESULT", "\"UTPS_DevSrv_GetPinStatus\""}, {},
+            {"--fault", "UTPS_DevSrv_GetPinStatus"});
+        row("--fault with a result that is no number", R"({"steps": []})", 2,
+            {"--fault needs FUNCTION=RESULT", "\"UTPS_DevSrv_GetPinStatus=fail\""}, {},
+            {"--fault=UTPS_DevSrv_GetPinStatus=fail"});
+        row("--expect-timeout below zero", R"({"steps": []})", 2,
+            {"--expect-timeout needs milliseconds", "\"-5\""}, {}, {"--expect-timeout", "-5"});
     }
 
     void scenarios()
