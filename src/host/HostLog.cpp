@@ -1,22 +1,32 @@
 #include "HostLog.h"
 
-#include <QByteArray>
-#include <QFile>
-#include <QMutex>
-#include <QMutexLocker>
+#include "LogFile.h"
 
+#include <QByteArray>
+
+#include <atomic>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <cstdlib>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
-QMutex g_mutex;
-int g_fd = -1;
-bool g_echo = false;
+std::atomic<bool> g_echo{false};
 QtMessageHandler g_previous = nullptr;
+std::mutex g_stderr;
+
+// Never destroyed: a late message (from another library's destructor at
+// exit) must still find it, closed or not.
+LogFile& logFile()
+{
+    static LogFile* file = [] {
+        auto* made = new LogFile;
+        // Lines of a process that ends by exit() are flushed too.
+        std::atexit([] { logFile().close(); });
+        return made;
+    }();
+    return *file;
+}
 
 void writeAll(int fd, const QByteArray& bytes)
 {
@@ -35,51 +45,42 @@ void writeAll(int fd, const QByteArray& bytes)
 
 void handler(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
-    const QByteArray line = message.toLocal8Bit() + '\n';
-    QMutexLocker lock(&g_mutex);
-    if (g_fd >= 0)
-        writeAll(g_fd, line);
+    logFile().append(QStringView(message));
     // Critical and fatal lines are never only in the file.
-    if (g_echo || type == QtCriticalMsg || type == QtFatalMsg)
-        writeAll(STDERR_FILENO, line);
+    if (g_echo.load(std::memory_order_relaxed) || type == QtCriticalMsg || type == QtFatalMsg) {
+        std::lock_guard<std::mutex> lock(g_stderr);
+        writeAll(STDERR_FILENO, message.toLocal8Bit() + '\n');
+    }
+    // Qt aborts when this returns.
+    if (type == QtFatalMsg)
+        logFile().flush();
 }
 } // namespace
 
 bool HostLog::open(const QString& path, bool echoToStderr, QString* error)
 {
-    const QByteArray name = QFile::encodeName(path);
-    const int fd = ::open(name.constData(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (fd < 0) {
-        *error = QStringLiteral("cannot open %1: %2")
-                     .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
+    if (!logFile().open(path, error))
         return false;
-    }
-    // An older file may have been readable by others.
-    if (::fchmod(fd, 0600) != 0) {
-        *error = QStringLiteral("cannot restrict %1: %2")
-                     .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
-        ::close(fd);
-        return false;
-    }
-    {
-        QMutexLocker lock(&g_mutex);
-        if (g_fd >= 0)
-            ::close(g_fd);
-        g_fd = fd;
-        g_echo = echoToStderr;
-    }
+    g_echo = echoToStderr;
     QtMessageHandler previous = qInstallMessageHandler(handler);
     if (previous != handler)
         g_previous = previous;
     return true;
 }
 
+void HostLog::flush()
+{
+    logFile().flush();
+}
+
+quint64 HostLog::fullWaits()
+{
+    return logFile().fullWaits();
+}
+
 void HostLog::close()
 {
     qInstallMessageHandler(g_previous);
     g_previous = nullptr;
-    QMutexLocker lock(&g_mutex);
-    if (g_fd >= 0)
-        ::close(g_fd);
-    g_fd = -1;
+    logFile().close();
 }
