@@ -35,10 +35,10 @@ DevCheckFPThread::DevCheckFPThread() : QThread(nullptr)
 
 DevCheckFPThread::~DevCheckFPThread()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bStopThread = 1;
     wakePauses();
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     // Owners call Stop() first; waiting here keeps a forgotten Stop() from
     // destroying a running QThread.
     wait();
@@ -95,14 +95,14 @@ void DevCheckFPThread::wakePauses()
 
 void DevCheckFPThread::Push(int event)
 {
-    qDebug("%d %s: %s: %s: Entered", event, DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%d %s: %s: %s: Entered", event, DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     QMutexLocker lock(&m_mutexEvents);
     m_vecEvents.push_back(event);
 }
 
 void DevCheckFPThread::Pop(int event)
 {
-    qDebug("%d %s: %s: %s: Entered", event, DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%d %s: %s: %s: Entered", event, DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     QMutexLocker lock(&m_mutexEvents);
     auto it = std::find(m_vecEvents.begin(), m_vecEvents.end(), event);
     if (it != m_vecEvents.end())
@@ -133,15 +133,15 @@ void DevCheckFPThread::SendAllNotifies()
             if (m_vecEvents.empty())
                 return;
             if (m_bStopThread || isShuttingDown()) {
-                qDebug("%s : %s : %s : Events ignored: App Shutting down ",
-                       DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+                DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ",
+                         DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
                 return;
             }
             event = m_vecEvents.front();
             m_vecEvents.erase(m_vecEvents.begin());
         }
-        qDebug("%s : %s : %s : called event = %d", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile),
-               event);
+        DM_DEBUG("%s : %s : %s : called event = %d", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile),
+                 event);
         deliver(event);
         pause(FlushGapMs);
     }
@@ -149,34 +149,34 @@ void DevCheckFPThread::SendAllNotifies()
 
 void DevCheckFPThread::FPLock()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bFPLock = 1;
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void DevCheckFPThread::FPUnLock()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bFPLock = 0;
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void DevCheckFPThread::Stop()
 {
-    qDebug("DevCheckFPThread::Stop() Entered");
+    DM_DEBUG("DevCheckFPThread::Stop() Entered");
     m_bStopThread = 1;
     wakePauses();
     QThread::msleep(PollMs);
     CommonUtils::WaitForThreadToStop(this, StopBound);
-    qDebug("DevCheckFPThread::Stop() Exit");
+    DM_DEBUG("DevCheckFPThread::Stop() Exit");
 }
 
 void DevCheckFPThread::appQuitStop()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     m_bStopThread = 1;
     wakePauses();
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 bool DevCheckFPThread::isShuttingDown()
@@ -190,8 +190,8 @@ bool DevCheckFPThread::isShuttingDown()
 
 void DevCheckFPThread::run()
 {
-    qDebug("%s : %s : %s : Start Device Check FP Thread...",
-           DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Start Device Check FP Thread...",
+             DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     CommonUtils::ThreadCountInc(QString::fromLatin1(DeviceMgrTrace::ServiceFile),
                                 QStringLiteral("run"));
     m_bStopThread = 0;
@@ -200,8 +200,8 @@ void DevCheckFPThread::run()
         if (m_bStopThread)
             break;
         if (serviceShuttingDown()) {
-            qDebug("%s : %s : %s : Events ignored: App Shutting down ",
-                   DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+            DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ",
+                     DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
             break;
         }
 
@@ -211,8 +211,8 @@ void DevCheckFPThread::run()
             // Only the lock keeps an empty thread alive: once released and
             // drained, the thread ends by itself.
             if (!m_bFPLock) {
-                qDebug("%s : %s : %s : No Event to report, going to exit Check FP Thread...",
-                       DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+                DM_DEBUG("%s : %s : %s : No Event to report, going to exit Check FP Thread...",
+                         DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
                 break;
             }
             pause(PollMs);
@@ -222,8 +222,8 @@ void DevCheckFPThread::run()
         m_vecEvents.erase(m_vecEvents.begin());
         m_mutexEvents.unlock();
 
-        qDebug("%s : %s : %s : called event = %d", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile),
-               event);
+        DM_DEBUG("%s : %s : %s : called event = %d", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile),
+                 event);
         deliver(event);
 
         // Nothing queued behind the lock event may reach the service before
@@ -231,8 +231,8 @@ void DevCheckFPThread::run()
         if (event == LockEvent) {
             while (m_bFPLock && !m_bStopThread) {
                 if (isShuttingDown()) {
-                    qDebug("%s : %s : %s : Events ignored: App Shutting down ",
-                           DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+                    DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ",
+                             DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
                     break;
                 }
                 pause(PollMs);
@@ -240,8 +240,8 @@ void DevCheckFPThread::run()
         }
 
         if (isShuttingDown()) {
-            qDebug("%s : %s : %s : Events ignored: App Shutting down ",
-                   DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+            DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ",
+                     DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
             break;
         }
         pause(DeliveryGapMs);
@@ -249,6 +249,6 @@ void DevCheckFPThread::run()
 
     CommonUtils::ThreadCountDec(QString::fromLatin1(DeviceMgrTrace::ServiceFile),
                                 QStringLiteral("run"));
-    qDebug("%s : %s : %s : Exit Device Check FP Thread",
-           DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit Device Check FP Thread",
+             DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }

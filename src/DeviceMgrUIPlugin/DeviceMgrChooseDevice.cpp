@@ -74,7 +74,7 @@ ChooseDevice::~ChooseDevice()
 
 void ChooseDevice::ShowChooseDlg(QWidget* parent)
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
     if (m_pChooseDlg) {
         // Already open: refresh in place, the dialog stays where it is.
         PopulateList();
@@ -84,8 +84,8 @@ void ChooseDevice::ShowChooseDlg(QWidget* parent)
     }
     m_pUILogic = DeviceMgrUILogic::GetInstance();
     if (!m_pUILogic) {
-        qDebug("%s : %s : %s : DeviceMgrUILogic::GetInstance() returned NULL",
-               DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s : %s : %s : DeviceMgrUILogic::GetInstance() returned NULL",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     createChooseDlg(parent);
@@ -185,18 +185,18 @@ void ChooseDevice::createChooseDlg(QWidget* parent)
 
 void ChooseDevice::PopulateList()
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
     const QString libraryPath = CommonUtils::GetPluginLibraryPath();
     if (!m_pUILogic || !m_pTableWidget || !m_pChooseDlg) {
-        qDebug("%s : %s : %s : m_pUILogic = NULL", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s : %s : %s : m_pUILogic = NULL", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     m_stDeviceInfo = m_pUILogic->GetDeviceInfo();
 
     const int count = m_stDeviceInfo.nDevNum;
     if (static_cast<unsigned int>(count) - 1u > static_cast<unsigned int>(MAX_DEVICE_COUNT) - 1u) {
-        qDebug("%s : %s : %s : m_stDeviceInfo.nDevNum  is not correct",
-               DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s : %s : %s : m_stDeviceInfo.nDevNum  is not correct",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         m_pTableWidget->clearContents();
         // Rows without content; a negative count leaves none.
         m_pTableWidget->setRowCount(qMax(count, 0));
@@ -296,10 +296,10 @@ void ChooseDevice::onDeviceChangeOkButtonClicked()
     const QString caption = pluginText("IDS_PROMPT_CAPTION");
     const QString question = pluginText("IDS_ACTIVE_DEVICE_FALSE");
     _UTPS_ST_DEVICE_INFO record{};
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
 
     if (!m_pUILogic || !m_pChooseDlg || !m_pTableWidget) {
-        qDebug("%s : %s : %s : m_pUILogic = NULL", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s : %s : %s : m_pUILogic = NULL", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         CloseDlg();
         return;
     }
@@ -343,14 +343,15 @@ void ChooseDevice::onDeviceChangeOkButtonClicked()
 
 void ChooseDevice::ReloadPlugins(QString deviceName, bool bForce)
 {
-    qDebug("%s: %s: %s: entered", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+    DM_DEBUG("%s: %s: %s: entered", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qDebug("%s:,%s: %s: plugin container is null", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s:,%s: %s: plugin container is null",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     if (container->IsNeedReload(deviceName) == 0 && !bForce) {
-        qDebug("%s:,%s: %s: don't need to reload", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s:,%s: %s: don't need to reload", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
 
@@ -377,23 +378,23 @@ void ChooseDevice::ReloadPlugins(QString deviceName, bool bForce)
 
 void ChooseDevice::BroadCastNotify(unsigned int code, NotifyParam wParam, NotifyParam lParam)
 {
-    qDebug("%s: %s: %s: called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+    DM_DEBUG("%s: %s: %s: called", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qDebug("%s: %s: %s: Startup::GetPluginContainer() returned null ",
-               DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s: %s: %s: Startup::GetPluginContainer() returned null ",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     QObject* plugin = container->GetPlugin(QString::fromLatin1(LinkPlugins::NotifyClsid),
                                            LinkPlugins::NotifyInterface);
     if (!plugin) {
-        qDebug("%s: %s: %s: GetPlugin (NOTIFY_PLUGIN) returned NULL",
-               DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s: %s: %s: GetPlugin (NOTIFY_PLUGIN) returned NULL",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     auto* notify = qobject_cast<INotifyService*>(plugin);
     if (!notify) {
-        qDebug("%s: %s: %s: Notify object is null", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
+        DM_DEBUG("%s: %s: %s: Notify object is null", DM_TRACE_ARGS(DeviceMgrTrace::ChooserFile));
         return;
     }
     notify->BroadcastNotify(code, wParam, lParam);

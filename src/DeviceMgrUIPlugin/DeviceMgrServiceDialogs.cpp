@@ -138,7 +138,7 @@ void resetFields(std::initializer_list<LineEdit*> fields)
 
 int CDeviceMgrService::createVerifyPINDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     auto* dialog = new SimDlg(nullptr, kPinDlgFlags, WIDGET_TYPE_NORMAL);
     auto* content = new QWidget(dialog);
     auto* tries = makeLabel(content, "DeviceMgrUI_VerifyPINTimes");
@@ -147,7 +147,7 @@ int CDeviceMgrService::createVerifyPINDlg()
     auto* ok = makeButton(content, "DeviceMgrUI_VerifyPINO", "IDS_MAINFRM_OK_PROMPT");
     auto* cancel = makeButton(content, "DeviceMgrUI_VerifyPINCancel", "IDS_MAINFRM_CANCEL_PROMPT");
     if (!dialog || !content || !tries || !prompt || !field || !ok || !cancel) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
         return kWidgetCreateFailed;
     }
@@ -189,13 +189,13 @@ int CDeviceMgrService::createVerifyPINDlg()
         m_pbuttonVerifyPINOK = nullptr;
         m_pbuttonVerifyPINCancel = nullptr;
     });
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::createPINDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     auto* dialog = new ExtendDialog(m_pParentWidget, kPinDlgFlags, WIDGET_TYPE_NORMAL);
     auto* content = new QWidget(dialog);
     auto* tries = makeLabel(content, "DeviceMgrUI_m_plabelPINTimes");
@@ -204,7 +204,7 @@ int CDeviceMgrService::createPINDlg()
     auto* ok = makeButton(content, "DeviceMgrUI_dialogInfoDlg", "IDS_MAINFRM_OK_PROMPT");
     auto* cancel = makeButton(content, "DeviceMgrUI_dialogInfoDlg", "IDS_MAINFRM_CANCEL_PROMPT");
     if (!dialog || !content || !tries || !prompt || !field || !ok || !cancel) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
         return kWidgetCreateFailed;
     }
@@ -245,17 +245,17 @@ int CDeviceMgrService::createPINDlg()
         m_pbuttonPINOK = nullptr;
         m_pbuttonPINCancel = nullptr;
     });
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::createPUKDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     auto* dialog = new SimDlg(nullptr, kPinDlgFlags, WIDGET_TYPE_NORMAL);
     auto* content = new QWidget(dialog);
     if (!dialog || !content) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
         return kWidgetCreateFailed;
     }
@@ -302,16 +302,16 @@ int CDeviceMgrService::createPUKDlg()
             SLOT(showPINPUKContextMenu(QPoint)));
     connect(m_peditConfirmPUKPINText, SIGNAL(customContextMenuRequested(QPoint)), this,
             SLOT(showConfirmPUKContextMenu(QPoint)));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::createInternalPUKLayouts()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogPUKDlg ? m_pdialogPUKDlg->MainWidget() : nullptr;
     if (!content) {
-        qWarning("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
+        DM_WARNING("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
         return kWidgetCreateFailed;
     }
     auto* pukLabel = makeLabel(content, "DeviceMgrUI_labelPUK");
@@ -325,7 +325,7 @@ int CDeviceMgrService::createInternalPUKLayouts()
     auto* cancel = makeButton(content, "DeviceMgrUI_buttonPUKCancel", "IDS_MAINFRM_CANCEL_PROMPT");
     if (!pukLabel || !newLabel || !confirmLabel || !puk || !newPin || !confirm || !tries || !ok ||
         !cancel) {
-        qWarning("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
+        DM_WARNING("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
         return kWidgetCreateFailed;
     }
 
@@ -359,17 +359,17 @@ int CDeviceMgrService::createInternalPUKLayouts()
     m_plabelPUKTimes = tries;
     m_pbuttonPUKOK = ok;
     m_pbuttonPUKCancel = cancel;
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::createModifyDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     auto* dialog = new ExtendDialog(m_pParentWidget, kPinDlgFlags, WIDGET_TYPE_NORMAL);
     auto* content = new QWidget(dialog);
     if (!dialog || !content) {
-        qDebug("%s: %s: %s: , Memory allocation failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: , Memory allocation failed", DM_TRACE_ARGS(kFile));
         delete dialog;
         return kWidgetCreateFailed;
     }
@@ -399,16 +399,16 @@ int CDeviceMgrService::createModifyDlg()
         delete dialog;
         return kWidgetCreateFailed;
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::setTextCreateModifyDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogModifyDlg ? m_pdialogModifyDlg->MainWidget() : nullptr;
     if (!content) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return kWidgetCreateFailed;
     }
     auto* currLabel = makeLabel(content, "DeviceMgrUI_labelCurrPIN");
@@ -419,7 +419,7 @@ int CDeviceMgrService::setTextCreateModifyDlg()
     auto* confirm = new LineEdit(content);
     auto* tries = makeLabel(content, "DeviceMgrUI_labelModTimes");
     if (!currLabel || !newLabel || !confirmLabel || !curr || !newPin || !confirm || !tries) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return kWidgetCreateFailed;
     }
 
@@ -456,23 +456,23 @@ int CDeviceMgrService::setTextCreateModifyDlg()
             SLOT(showNewPinContextMenu(QPoint)));
     connect(confirm, SIGNAL(customContextMenuRequested(QPoint)), this,
             SLOT(showConfirmPinContextMenu(QPoint)));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 int CDeviceMgrService::setButtonsCreateModifyDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     QWidget* content = m_pdialogModifyDlg ? m_pdialogModifyDlg->MainWidget() : nullptr;
     auto* column = content ? qobject_cast<QVBoxLayout*>(content->layout()) : nullptr;
     if (!column) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return kWidgetCreateFailed;
     }
     auto* ok = makeButton(content, "DeviceMgrUI_buttonModOK", "IDS_MAINFRM_OK_PROMPT");
     auto* cancel = makeButton(content, "DeviceMgrUI_buttonModCancel", "IDS_MAINFRM_CANCEL_PROMPT");
     if (!ok || !cancel) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return kWidgetCreateFailed;
     }
     ok->setEnabled(false);
@@ -485,13 +485,13 @@ int CDeviceMgrService::setButtonsCreateModifyDlg()
 
     connect(ok, SIGNAL(clicked()), this, SLOT(onModOkButtonClicked()));
     connect(cancel, SIGNAL(clicked()), this, SLOT(onCancelButtonClicked()));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
 
 void CDeviceMgrService::setDlgToInitialState()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     switch (m_ePinState) {
     case DEVMGR_PIN_VERIFY:
         setDlgToInitialStateVerifyPin();
@@ -509,15 +509,15 @@ void CDeviceMgrService::setDlgToInitialState()
     default:
         break;
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateVerifyPin()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg || !m_pUILogic || !m_peditVerifyPINText || !m_pbuttonVerifyPINOK ||
         !m_plabelVerifyPINTimes) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     m_peditVerifyPINText->clear();
@@ -525,15 +525,15 @@ void CDeviceMgrService::setDlgToInitialStateVerifyPin()
     m_peditVerifyPINText->setFocus();
     m_plabelVerifyPINTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStatePinVerify()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg || !m_pUILogic || !m_peditPINText || !m_pbuttonPINOK ||
         !m_plabelPINTimes) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     m_peditPINText->clear();
@@ -541,15 +541,15 @@ void CDeviceMgrService::setDlgToInitialStatePinVerify()
     m_peditPINText->setFocus();
     m_plabelPINTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateUnlockPin()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPUKDlg || !m_pUILogic || !m_peditPUKText || !m_peditPUKPINText ||
         !m_peditConfirmPUKPINText || !m_pbuttonPUKOK || !m_plabelPUKTimes) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     resetFields({m_peditPUKText, m_peditPUKPINText, m_peditConfirmPUKPINText});
@@ -558,15 +558,15 @@ void CDeviceMgrService::setDlgToInitialStateUnlockPin()
     m_plabelPUKTimes->setText(
         triesText("IDS_MAINFRM_PUK_REMAIN_PROMPT", m_pUILogic->GetPUKRetryTimes()));
     m_pdialogPUKDlg->show();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::setDlgToInitialStateModifyPin()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogModifyDlg || !m_pUILogic || !m_peditCurrPINText || !m_peditNewPINText ||
         !m_peditConfirmNewPINText || !m_pbuttonModOK || !m_plabelModTimes) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     resetFields({m_peditCurrPINText, m_peditNewPINText, m_peditConfirmNewPINText});
@@ -574,12 +574,12 @@ void CDeviceMgrService::setDlgToInitialStateModifyPin()
     m_peditCurrPINText->setFocus();
     m_plabelModTimes->setText(
         triesText("IDS_MAINFRM_PIN_REMAIN_PROMPT", m_pUILogic->GetPINRetryTimes()));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onTextEdited(QString text)
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     switch (m_ePinState) {
     case DEVMGR_PIN_VERIFY:
         if (m_pbuttonVerifyPINOK)
@@ -599,12 +599,12 @@ void CDeviceMgrService::onTextEdited(QString text)
     default:
         break;
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::processTextEditedUnlockPin()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_peditPUKText || !m_peditPUKPINText || !m_peditConfirmPUKPINText || !m_pbuttonPUKOK)
         return;
     // Stricter on the PUK (all eight digits) than on the two PINs.
@@ -612,24 +612,24 @@ void CDeviceMgrService::processTextEditedUnlockPin()
                         m_peditPUKPINText->text().length() >= kMinPinLength &&
                         m_peditConfirmPUKPINText->text().length() >= kMinPinLength;
     setOkState(m_pbuttonPUKOK, usable);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::processTextEditedModifyPin()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_peditCurrPINText || !m_peditNewPINText || !m_peditConfirmNewPINText || !m_pbuttonModOK)
         return;
     const bool usable = m_peditCurrPINText->text().length() >= kMinPinLength &&
                         m_peditNewPINText->text().length() >= kMinPinLength &&
                         m_peditConfirmNewPINText->text().length() >= kMinPinLength;
     setOkState(m_pbuttonModOK, usable);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangVerifyPinDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg || !m_plabelVerifyPIN || !m_pbuttonVerifyPINOK ||
         !m_pbuttonVerifyPINCancel)
         return;
@@ -637,12 +637,12 @@ void CDeviceMgrService::changeLangVerifyPinDlg()
     m_plabelVerifyPIN->setText(text("IDS_MAINFRM_INPUT_PIN_PROMPT"));
     m_pbuttonVerifyPINOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonVerifyPINCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangPinDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg || !m_pbuttonPINOK || !m_pbuttonPINCancel)
         return;
     if (m_ePinState == DEVMGR_PIN_ENABLE)
@@ -652,12 +652,12 @@ void CDeviceMgrService::changeLangPinDlg()
     // The prompt keeps its text until the dialog is built again.
     m_pbuttonPINOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonPINCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangModifyPinDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogModifyDlg || !m_plabelCurrPIN || !m_plabelNewPIN || !m_plabelConfirmPIN ||
         !m_pbuttonModOK || !m_pbuttonModCancel)
         return;
@@ -667,12 +667,12 @@ void CDeviceMgrService::changeLangModifyPinDlg()
     m_plabelConfirmPIN->setText(text("IDS_MAINFRM_INPUT_NEW_PIN_PROMPT2"));
     m_pbuttonModOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonModCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::changeLangPukDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPUKDlg || !m_plabelPUK || !m_plabelPUKNewPIN || !m_plabelPUKConfirmPIN ||
         !m_pbuttonPUKOK || !m_pbuttonPUKCancel)
         return;
@@ -682,12 +682,12 @@ void CDeviceMgrService::changeLangPukDlg()
     m_plabelPUKConfirmPIN->setText(text("IDS_MAINFRM_INPUT_NEW_PIN_PROMPT2"));
     m_pbuttonPUKOK->setText(text("IDS_MAINFRM_OK_PROMPT"));
     m_pbuttonPUKCancel->setText(text("IDS_MAINFRM_CANCEL_PROMPT"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onCloseDialog(QCloseEvent* event)
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!event)
         return;
     // While the SIM waits for its PIN or PUK a plain close request is turned
@@ -696,7 +696,7 @@ void CDeviceMgrService::onCloseDialog(QCloseEvent* event)
         event->ignore();
     else
         event->accept();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::showVerifyPinContextMenu(QPoint point)

@@ -104,7 +104,7 @@ void releaseFPPrompt(ExtendDialog*& dialog, QWidget*& widget, QLabel*& label, QV
 
 int CDeviceMgrService::createFPDlg()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     if (!m_pFPTimer)
         m_pFPTimer = new QTimer(this);
 
@@ -134,36 +134,36 @@ int CDeviceMgrService::createFPDlg()
 
     if (m_pFPTimer)
         startPromptTimer(m_pFPTimer, this);
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     return 0;
 }
 
 void CDeviceMgrService::handleFPLockOnFramelaunchedEvent()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     if (m_pdialogFPInfoDlg) {
-        qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+        DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
     }
     if (createFPDlg() != 0) {
-        qDebug("%s: %s: %s: , entered, Error occured while creating Dialog",
-               DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+        DM_DEBUG("%s: %s: %s: , entered, Error occured while creating Dialog",
+                 DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
     }
     m_plabelFPInfoLabel->setText(tr(QString::fromLatin1(kStandingPrompt)));
     m_plabelFPInfoLabel->setWordWrap(true);
     m_pdialogFPInfoDlg->show();
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::handleFPVerifyEvent()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     const unsigned int state = m_uFPVerifyWord.load(std::memory_order_relaxed);
     // Without a prompt there is nothing to follow: the prompt exists only
     // once the main frame is on screen.
     if (!m_pdialogFPInfoDlg) {
-        qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+        DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
     }
 
@@ -179,7 +179,7 @@ void CDeviceMgrService::handleFPVerifyEvent()
                 thread->Pop(UTPS_EVENT_DEV_CHECK_PIN);
             InitOnMainFrameShow();
         }
-        qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+        DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
         return;
     }
 
@@ -187,7 +187,7 @@ void CDeviceMgrService::handleFPVerifyEvent()
         m_pFPTimer = new QTimer(this);
     ChangePrompt(state);
     startPromptTimer(m_pFPTimer, this);
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::ChangePrompt(_UTPS_EN_VERIFYINDSTATE state)
@@ -197,16 +197,16 @@ void CDeviceMgrService::ChangePrompt(_UTPS_EN_VERIFYINDSTATE state)
 
 void CDeviceMgrService::ChangePrompt(unsigned int state)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     const QString key = promptKey(state);
     if (m_plabelFPInfoLabel)
         m_plabelFPInfoLabel->setText(tr(key));
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::onFPTimerOut()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     if (m_pFPTimer) {
         m_pFPTimer->stop();
         m_pFPTimer->disconnect();
@@ -215,14 +215,14 @@ void CDeviceMgrService::onFPTimerOut()
         if (m_pdialogFPInfoDlg && m_plabelFPInfoLabel)
             m_plabelFPInfoLabel->setText(tr(QString::fromLatin1(kStandingPrompt)));
     }
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }
 
 void CDeviceMgrService::FPLockOnDialogClose()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
     if (m_pdialogFPInfoDlg)
         releaseFPPrompt(m_pdialogFPInfoDlg, m_pwidgetFPInfoDlg, m_plabelFPInfoLabel,
                         m_pFPlayoutVBox, m_pFPThread.load());
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(DeviceMgrTrace::ServiceFile));
 }

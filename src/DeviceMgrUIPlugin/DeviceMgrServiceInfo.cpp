@@ -83,7 +83,7 @@ NotifyLookup findNotifyService(IPluginContainer*& container, INotifyService*& se
 
 int CDeviceMgrService::createInfoDlg()
 {
-    qDebug("%s: %s : %s, entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s : %s, entered", DM_TRACE_ARGS(kFile));
 
     auto* dialog = new ExtendDialog(m_pParentWidget, Qt::Dialog | Qt::WindowCloseButtonHint,
                                     WIDGET_TYPE_POPUP);
@@ -91,7 +91,7 @@ int CDeviceMgrService::createInfoDlg()
     auto* layout = new QVBoxLayout(content);
     auto* label = new QLabel(content);
     if (!dialog || !content || !layout || !label) {
-        qDebug("%s: %s : %s, Error occured in widgret creation", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s : %s, Error occured in widgret creation", DM_TRACE_ARGS(kFile));
         delete dialog;
         return kInfoDlgCreateFailed;
     }
@@ -133,17 +133,18 @@ void CDeviceMgrService::forgetInfoDlg()
 void CDeviceMgrService::showInfoDlg(QString& text, int ms)
 {
     QMutexLocker guard(&m_mutexGuard);
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pTimer)
         m_pTimer = new QTimer(this);
 
     if (!m_pdialogInfoDlg && createInfoDlg() != 0) {
         // Still arm the timer: its expiry runs the hide that resets the
         // initialising flag.
-        qDebug("%s: %s: %s: , entered, Error occured while creating Dialog", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: , entered, Error occured while creating Dialog",
+                 DM_TRACE_ARGS(kFile));
     } else if (m_pdialogInfoDlg->isVisible()) {
         if (!m_plabelInfoLabel) {
-            qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+            DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
             return;
         }
         m_plabelInfoLabel->setText(text);
@@ -154,7 +155,7 @@ void CDeviceMgrService::showInfoDlg(QString& text, int ms)
         CommonUtils::MoveCentre(m_pdialogInfoDlg);
         m_pdialogInfoDlg->raise();
         m_pdialogInfoDlg->activateWindow();
-        qDebug("%s : %s : %s : , return set dlg text", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , return set dlg text", DM_TRACE_ARGS(kFile));
         return;
     } else {
         if (m_plabelInfoLabel) {
@@ -169,13 +170,13 @@ void CDeviceMgrService::showInfoDlg(QString& text, int ms)
     // connects again.
     m_pTimer->start(ms);
     connect(m_pTimer, &QTimer::timeout, this, &CDeviceMgrService::onTimerOut, Qt::UniqueConnection);
-    qDebug("%s : %s : %s : , exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::hideInfoDlg()
 {
     QMutexLocker guard(&m_mutexGuard);
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(kFile));
     m_bInitialising = false;
     if (m_pdialogInfoDlg && m_pdialogInfoDlg->isVisible()) {
         ExtendDialog* dialog = m_pdialogInfoDlg;
@@ -183,7 +184,7 @@ void CDeviceMgrService::hideInfoDlg()
         dialog->close();
         dialog->deleteLater();
     }
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onTimerOut()
@@ -192,13 +193,13 @@ void CDeviceMgrService::onTimerOut()
         return;
     m_pTimer->stop();
     disconnect(m_pTimer, nullptr, nullptr, nullptr);
-    qDebug("%s : %s : %s : DeviceInfoDlg =====> Time Out hideInfo", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : DeviceInfoDlg =====> Time Out hideInfo", DM_TRACE_ARGS(kFile));
     hideInfoDlg();
 }
 
 void CDeviceMgrService::closePinDlg()
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
     if (!m_pdialogVerifyPINDlg)
         return;
     closeSimDlgSilently(m_pdialogVerifyPINDlg, m_bMsgBoxShown, m_pdialogVerifyPINDlg);
@@ -206,7 +207,7 @@ void CDeviceMgrService::closePinDlg()
 
 void CDeviceMgrService::closeAllPopups(bool closeChooser)
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
     if (closeChooser && m_pDlgChooseDev)
         m_pDlgChooseDev->CloseDlg();
 
@@ -235,17 +236,17 @@ void CDeviceMgrService::closeAllPopups(bool closeChooser)
 
 void CDeviceMgrService::sendNotification(unsigned int code)
 {
-    qDebug("%s: %s: %s: called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: called", DM_TRACE_ARGS(kFile));
     INotifyService* notify = nullptr;
     switch (findNotifyService(m_pPluginContainer, notify)) {
     case NotifyLookup::NoContainer:
-        qDebug("%s: %s: %s: Startup::GetPluginContainer() returned null ", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: Startup::GetPluginContainer() returned null ", DM_TRACE_ARGS(kFile));
         return;
     case NotifyLookup::NoPlugin:
-        qDebug("%s: %s: %s: GetPlugin (NOTIFY_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: GetPlugin (NOTIFY_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
         return;
     case NotifyLookup::NoInterface:
-        qDebug("%s: %s: %s: Notify object is null", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: Notify object is null", DM_TRACE_ARGS(kFile));
         return;
     case NotifyLookup::Found:
         break;
@@ -260,7 +261,7 @@ void CDeviceMgrService::sendNotification(unsigned int code)
 
 void CDeviceMgrService::subscribeCallNotification()
 {
-    qDebug("Start: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+    DM_DEBUG("Start: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
     INotifyService* notify = nullptr;
     if (findNotifyService(m_pPluginContainer, notify) != NotifyLookup::Found)
         return;

@@ -17,12 +17,12 @@ QString CDeviceMgrService::getUserDataDirectory()
 {
     // These two lines carry the module's build time where the others carry
     // the time of the call; log readers use it to tell builds apart.
-    qDebug("%s: %s: %s before caling UTPS_GetUserDataDirectory()", __TIME__, ServiceFile,
-           __FUNCTION__);
+    DM_DEBUG("%s: %s: %s before caling UTPS_GetUserDataDirectory()", __TIME__, ServiceFile,
+             __FUNCTION__);
     UTPS_WCHAR* directory = nullptr;
     const int result = UTPS_GetUserDataDirectory(&directory);
-    qDebug("%s: %s: %s after caling UTPS_GetUserDataDirectory(), retVal=%ld", __TIME__, ServiceFile,
-           __FUNCTION__, long(result));
+    DM_DEBUG("%s: %s: %s after caling UTPS_GetUserDataDirectory(), retVal=%ld", __TIME__,
+             ServiceFile, __FUNCTION__, long(result));
     QString path;
     if (result == UTPS_ERROR_SUCCESS && directory)
         path = QString::fromUtf16(directory);
@@ -34,26 +34,26 @@ QString CDeviceMgrService::getUserDataDirectory()
 QString CDeviceMgrService::GetLastUsedDeviceName()
 {
     // The entry line has the exit line's text; log readers rely on it.
-    qDebug("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
     // The SDK's directory ends with a separator, so none is inserted.
     const QString path = getUserDataDirectory() + QStringLiteral("localdeviceinfo.xml");
     QString result;
     if (!QFile::exists(path)) {
-        qDebug("File %s does not exist", path.toLocal8Bit().constData());
-        qDebug("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("File %s does not exist", path.toLocal8Bit().constData());
+        DM_DEBUG("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
         return result;
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        qDebug("Error open file: ");
-        qDebug("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("Error open file: ");
+        DM_DEBUG("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
         return result;
     }
     QXmlStreamReader reader(&file);
     while (!reader.atEnd()) {
         reader.readNext();
         if (reader.hasError()) {
-            qDebug("%s: %s: Read Error: n", ServiceFile, __FUNCTION__);
+            DM_DEBUG("%s: %s: Read Error: n", ServiceFile, __FUNCTION__);
             break;
         }
         if (!reader.isStartElement() || reader.name() != QLatin1String("item"))
@@ -61,7 +61,7 @@ QString CDeviceMgrService::GetLastUsedDeviceName()
         const QString id = reader.attributes().value(QLatin1String("id")).toString();
         const QString text = reader.readElementText();
         if (reader.hasError()) {
-            qDebug("%s: %s: Read Error: n", ServiceFile, __FUNCTION__);
+            DM_DEBUG("%s: %s: Read Error: n", ServiceFile, __FUNCTION__);
             break;
         }
         // The first item marked "1" decides, even when it has no id.
@@ -71,6 +71,6 @@ QString CDeviceMgrService::GetLastUsedDeviceName()
         }
     }
     file.close();
-    qDebug("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
     return result;
 }

@@ -103,13 +103,13 @@ void showAndFocus(QDialog* dialog, QWidget* firstField)
 
 void CDeviceMgrService::checkPINWithWin7()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (UTPS_DevSrv_IsWin7() != UTPS_ERROR_SUCCESS) {
         checkPIN();
-        qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
         return;
     }
-    qDebug("%s : %s : %s : UTPS_ERROR_SUCCESS == UTPS_DevSrv_IsWin7 ", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : UTPS_ERROR_SUCCESS == UTPS_DevSrv_IsWin7 ", DM_TRACE_ARGS(kFile));
     if (!m_pWin7Thread) {
         m_pWin7Thread = DeviceMgrWin7Thread::Instance();
         connect(m_pWin7Thread, SIGNAL(deviceInitFinished()), this,
@@ -120,30 +120,30 @@ void CDeviceMgrService::checkPINWithWin7()
     const bool ready = m_pWin7Thread->isDeviceInitFinished();
     if (!ready) {
         m_pWin7Thread->start();
-        qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
         return;
     }
-    qDebug("%s : %s : %s : Win 7 thread initialized. Check PIN ", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : Win 7 thread initialized. Check PIN ", DM_TRACE_ARGS(kFile));
     checkPIN();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::checkPIN()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(kFile));
     if ((m_pdialogPINDlg && m_pdialogPINDlg->isActiveWindow()) ||
         (m_pdialogPUKDlg && m_pdialogPUKDlg->isActiveWindow())) {
-        qDebug("%s : %s : %s : Either PIN window or PUK window is active", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : Either PIN window or PUK window is active", DM_TRACE_ARGS(kFile));
         return;
     }
     if (!m_pUILogic) {
-        qDebug("%s : %s : %s : Pre-conditions  failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : Pre-conditions  failed", DM_TRACE_ARGS(kFile));
         return;
     }
     // A status without a mapping leaves the last known state in place.
     E_DEVMGR_PIN_STATE state = m_ePinState;
     if (m_pUILogic->GetPinStatus(&state) != DEVMGR_RESULT_SUCCESS) {
-        qDebug("%s : %s : %s : GetPinStatus failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : GetPinStatus failed", DM_TRACE_ARGS(kFile));
         return;
     }
     m_ePinState = state;
@@ -167,39 +167,40 @@ void CDeviceMgrService::checkPIN()
     }
     if (m_bFrameShown && !m_bFPLockPending)
         launchPinDlg(m_ePinState);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::launchPinDlg(E_DEVMGR_PIN_STATE state)
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (m_bFrameShown) {
         launchSpecificPinDlg(state);
-        qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
         return;
     }
     // Nothing is shown before the frame; the other plug-ins still learn
     // whether the SIM can be used.
     if (state != DEVMGR_PIN_READY) {
         m_bValidPinState = false;
-        qDebug("%s : %s : %s :Pin not ready. m_bValidPinState = false", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :Pin not ready. m_bValidPinState = false", DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_NOT_READY);
     } else {
         m_bValidPinState = true;
-        qDebug("%s : %s : %s : DEVMGR_PIN_READY. m_bValidPinState = true", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : DEVMGR_PIN_READY. m_bValidPinState = true", DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_READY);
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::launchSpecificPinDlg(E_DEVMGR_PIN_STATE state)
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     IDeviceMgr* deviceMgr = this;
     switch (state) {
     case DEVMGR_PIN_VERIFY:
         m_bValidPinState = false;
-        qDebug("%s : %s : %s : DEVMGR_PIN_VERIFY. m_bValidPinState = false", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : DEVMGR_PIN_VERIFY. m_bValidPinState = false",
+                 DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_NOT_READY);
         if (m_pdialogInfoDlg && m_pdialogInfoDlg->isVisible())
             hideInfoDlg();
@@ -207,7 +208,8 @@ void CDeviceMgrService::launchSpecificPinDlg(E_DEVMGR_PIN_STATE state)
         break;
     case DEVMGR_UNLOCK_PIN:
         m_bValidPinState = false;
-        qDebug("%s : %s : %s : DEVMGR_UNLOCK_PIN. m_bValidPinState = false", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : DEVMGR_UNLOCK_PIN. m_bValidPinState = false",
+                 DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_NOT_READY);
         if (m_pdialogInfoDlg && m_pdialogInfoDlg->isVisible())
             hideInfoDlg();
@@ -215,84 +217,84 @@ void CDeviceMgrService::launchSpecificPinDlg(E_DEVMGR_PIN_STATE state)
         break;
     case DEVMGR_PIN_READY:
         m_bValidPinState = true;
-        qDebug("%s : %s : %s :DEV_MGR_PIN_READY. m_bValidPinState = true", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :DEV_MGR_PIN_READY. m_bValidPinState = true", DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_READY);
         break;
     default:
         break;
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 int CDeviceMgrService::VerifyPIN()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_VERIFY;
     showVerifyPINDlg();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogVerifyPINDlg ? 1 : 0;
 }
 
 int CDeviceMgrService::EnablePIN()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_ENABLE;
     showPINDlg();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogPINDlg ? 1 : 0;
 }
 
 int CDeviceMgrService::DisablePIN()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_DISABLE;
     showPINDlg();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return m_pdialogPINDlg ? 1 : 0;
 }
 
 int CDeviceMgrService::UnlockPIN()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_UNLOCK_PIN;
     if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
-        qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
         return 0;
     }
     showAndFocus(m_pdialogPUKDlg, m_peditPUKText);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 1;
 }
 
 int CDeviceMgrService::ModifyPIN()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     m_ePinState = DEVMGR_PIN_MODIFY;
     if (!replaceDialog(m_pdialogModifyDlg, [this] { return createModifyDlg(); })) {
-        qDebug("%s: %s: %s: ,entered, Error occured while creating Dialog", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: ,entered, Error occured while creating Dialog", DM_TRACE_ARGS(kFile));
         return 0;
     }
     showAndFocus(m_pdialogModifyDlg, m_peditCurrPINText);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 1;
 }
 
 void CDeviceMgrService::showVerifyPINDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!replaceDialog(m_pdialogVerifyPINDlg, [this] { return createVerifyPINDlg(); })) {
-        qDebug("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
     showAndFocus(m_pdialogVerifyPINDlg, m_peditVerifyPINText);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::showPINDlg()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!replaceDialog(m_pdialogPINDlg, [this] { return createPINDlg(); })) {
-        qDebug("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , createPINDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
     setDlgToInitialState();
@@ -301,16 +303,16 @@ void CDeviceMgrService::showPINDlg()
         m_pdialogPINDlg->setWindowTitle(text("IDS_MAINFRM_ENABLE_WINDOWSTXT"));
     else if (m_ePinState == DEVMGR_PIN_DISABLE)
         m_pdialogPINDlg->setWindowTitle(text("IDS_MAINFRM_DISABLE_WINDOWSTXT"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onVerifyPINOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     if (!m_pdialogVerifyPINDlg || !m_peditVerifyPINText || !m_pbuttonVerifyPINOK ||
         !m_plabelVerifyPINTimes || !m_pUILogic) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     if (m_bCallActive) {
@@ -325,16 +327,16 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
     m_pbuttonVerifyPINOK->setEnabled(false);
     int remaining = -1;
     const int result = m_pUILogic->ProcessPIN(m_peditVerifyPINText->text(), remaining, m_ePinState);
-    qDebug("%s : %s : %s : NTF_UPDATE_PINSTATUS = true", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : NTF_UPDATE_PINSTATUS = true", DM_TRACE_ARGS(kFile));
     sendNotification(NTF_UPDATE_PINSTATUS);
     if (m_pMainMenu)
         m_pMainMenu->RefreshMenu();
 
     if (result == DEVMGR_RESULT_SUCCESS) {
         m_bValidPinState = true;
-        qDebug("%s : %s : %s : m_bValidPinState = true", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : m_bValidPinState = true", DM_TRACE_ARGS(kFile));
         closeWithoutAsking(m_pdialogVerifyPINDlg);
-        qDebug("%s : %s : %s : After m_pdialogVerifyPINDlg->close ()", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : After m_pdialogVerifyPINDlg->close ()", DM_TRACE_ARGS(kFile));
         sendNotification(NTF_SIM_READY);
         return;
     }
@@ -354,12 +356,12 @@ void CDeviceMgrService::onVerifyPINOkButtonClicked()
             // The last try is gone: the SIM now wants its PUK.
             closeWithoutAsking(m_pdialogVerifyPINDlg);
             if (!openPukDialogInInitialState()) {
-                qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
+                DM_DEBUG("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
                 return;
             }
         }
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 bool CDeviceMgrService::openPukDialogInInitialState()
@@ -374,10 +376,10 @@ bool CDeviceMgrService::openPukDialogInInitialState()
 
 void CDeviceMgrService::onPINOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     if (!m_peditPINText || !m_pUILogic || !m_pdialogPINDlg || !m_plabelPINTimes) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     if (m_bCallActive) {
@@ -391,7 +393,7 @@ void CDeviceMgrService::onPINOkButtonClicked()
 
     int remaining = -1;
     const int result = m_pUILogic->ProcessPIN(m_peditPINText->text(), remaining, m_ePinState);
-    qDebug("%s : %s : %s : , send NTF_UPDATE_PINSTATUS", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , send NTF_UPDATE_PINSTATUS", DM_TRACE_ARGS(kFile));
     sendNotification(NTF_UPDATE_PINSTATUS);
 
     if (result == DEVMGR_RESULT_SUCCESS) {
@@ -419,38 +421,38 @@ void CDeviceMgrService::onPINOkButtonClicked()
     } else if (remaining == 0) {
         processPINPUK();
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::processPINPUK()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg || !m_pMainMenu || !m_peditPINText || !m_plabelPINTimes) {
-        qDebug("%s : %s : %s : , failed,", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , failed,", DM_TRACE_ARGS(kFile));
         return;
     }
     m_pdialogPINDlg->close();
     m_pMainMenu->RefreshMenu();
     if (!replaceDialog(m_pdialogPUKDlg, [this] { return createPUKDlg(); })) {
-        qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
         return;
     }
     m_ePinState = DEVMGR_UNLOCK_PIN;
     m_bValidPinState = false;
-    qDebug("%s : %s : %s : m_bValidPinState = false", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : m_bValidPinState = false", DM_TRACE_ARGS(kFile));
     sendNotification(NTF_SIM_NOT_READY);
     setDlgToInitialState();
     showAndFocus(m_pdialogPUKDlg, m_peditPUKText);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onPUKOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     if (!m_pUILogic || !m_peditPUKPINText || !m_peditConfirmPUKPINText || !m_pdialogPUKDlg ||
         !m_peditPUKText || !m_plabelPUKTimes || !m_pbuttonPUKOK) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     if (m_bCallActive) {
@@ -474,7 +476,7 @@ void CDeviceMgrService::onPUKOkButtonClicked()
     int remaining = -1;
     const int result = m_pUILogic->UnlockPIN(puk, newPin, remaining);
     if (result == DEVMGR_RESULT_SUCCESS) {
-        qDebug("%s : %s : %s : send NTF_UPDATE_PINSTATUS PUK", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : send NTF_UPDATE_PINSTATUS PUK", DM_TRACE_ARGS(kFile));
         sendNotification(NTF_UPDATE_PINSTATUS);
         if (m_pMainMenu)
             m_pMainMenu->RefreshMenu();
@@ -512,17 +514,17 @@ void CDeviceMgrService::onPUKOkButtonClicked()
     showPinMessage(m_bMsgBoxShown, QMessageBox::Information, m_pdialogPUKDlg,
                    text("IDS_PIN_PUK_FAILED"));
     setDlgToInitialState();
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onModOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     if (!m_pUILogic || !m_peditNewPINText || !m_peditConfirmNewPINText || !m_pdialogModifyDlg ||
         !m_pbuttonModOK || !m_peditCurrPINText) {
-        qDebug("%s: %s: %s: ,Either widget are NUL or Memory allocation failed",
-               DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: ,Either widget are NUL or Memory allocation failed",
+                 DM_TRACE_ARGS(kFile));
         return;
     }
     if (m_bCallActive) {
@@ -542,14 +544,14 @@ void CDeviceMgrService::onModOkButtonClicked()
         return;
     }
     modifyPinModOkButtonClicked(oldPin, newPin);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::modifyPinModOkButtonClicked(QString& oldPin, QString& newPin)
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogModifyDlg || !m_pUILogic || !m_pMainMenu) {
-        qDebug("%s: %s: %s: , Memory allocation failed", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: , Memory allocation failed", DM_TRACE_ARGS(kFile));
         return;
     }
     int remaining = -1;
@@ -573,18 +575,18 @@ void CDeviceMgrService::modifyPinModOkButtonClicked(QString& oldPin, QString& ne
     } else if (remaining == 0) {
         m_pdialogModifyDlg->close();
         if (!openPukDialogInInitialState()) {
-            qDebug("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
+            DM_DEBUG("%s : %s : %s : , createPUKDlg failed", DM_TRACE_ARGS(kFile));
             return;
         }
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::displaySuccessMsgBoxPINOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg) {
-        qDebug("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
         return;
     }
     if (m_ePinState == DEVMGR_PIN_ENABLE)
@@ -593,14 +595,14 @@ void CDeviceMgrService::displaySuccessMsgBoxPINOkButtonClicked()
     else if (m_ePinState == DEVMGR_PIN_DISABLE)
         showPinMessage(m_bMsgBoxShown, QMessageBox::Information, m_pdialogPINDlg,
                        text("IDS_MAINFRM_DISABLEPIN_SUCCESS"));
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::displayFailureMsgBoxPINOkButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     if (!m_pdialogPINDlg) {
-        qDebug("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : , m_pdialogPINDlg failed,", DM_TRACE_ARGS(kFile));
         return;
     }
     const char* failedKey = nullptr;
@@ -617,12 +619,12 @@ void CDeviceMgrService::displayFailureMsgBoxPINOkButtonClicked()
     if (body.isEmpty())
         body = text(failedKey);
     showPinMessage(m_bMsgBoxShown, QMessageBox::Information, m_pdialogPINDlg, body);
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::onCancelButtonClicked()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     // The two dialogs the SIM forces keep their question: the close only
     // happens once the user confirms it.
@@ -636,7 +638,7 @@ void CDeviceMgrService::onCancelButtonClicked()
         if (m_pdialogPINDlg)
             m_pdialogPINDlg->close();
         else
-            qDebug("%s : %s : %s : , PIN Dlg is NULL", DM_TRACE_ARGS(kFile));
+            DM_DEBUG("%s : %s : %s : , PIN Dlg is NULL", DM_TRACE_ARGS(kFile));
         break;
     case DEVMGR_UNLOCK_PIN:
         if (m_pdialogPUKDlg)
@@ -646,10 +648,10 @@ void CDeviceMgrService::onCancelButtonClicked()
         if (m_pdialogModifyDlg)
             m_pdialogModifyDlg->close();
         else
-            qDebug("%s : %s : %s : , Modify Dlg is NULL", DM_TRACE_ARGS(kFile));
+            DM_DEBUG("%s : %s : %s : , Modify Dlg is NULL", DM_TRACE_ARGS(kFile));
         break;
     default:
         break;
     }
-    qDebug("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
 }

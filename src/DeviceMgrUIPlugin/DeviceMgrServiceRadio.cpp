@@ -16,20 +16,20 @@ using DeviceMgrTrace::ServiceFile;
 
 int CDeviceMgrService::EnableRF()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(ServiceFile));
     if (!m_pUILogic) {
-        qDebug("%s : %s : %s : pre-conditions failed", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : pre-conditions failed", DM_TRACE_ARGS(ServiceFile));
         return 13;
     }
     const int result = m_pUILogic->SwitchRFMode(true);
     if (result != DEVMGR_RESULT_SUCCESS) {
-        qDebug("%s : %s : %s : , SwitchRFMode returned Error", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : , SwitchRFMode returned Error", DM_TRACE_ARGS(ServiceFile));
         return result;
     }
-    qDebug("%s : %s : %s : , SwitchRFMode returned Success", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : , SwitchRFMode returned Success", DM_TRACE_ARGS(ServiceFile));
     initMainMenuObj();
     if (!m_pMainMenu) {
-        qDebug("%s : %s : %s : , Main menu initialization failed", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : , Main menu initialization failed", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     m_pMainMenu->RefreshMenu();
@@ -39,19 +39,19 @@ int CDeviceMgrService::EnableRF()
 
 int CDeviceMgrService::DisableRF()
 {
-    qDebug("%s : %s : %s : , entered", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(ServiceFile));
     if (!m_pUILogic) {
-        qDebug("%s : %s : %s : pre-conditions failed", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : pre-conditions failed", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     if (m_pUILogic->SwitchRFMode(false) != DEVMGR_RESULT_SUCCESS) {
-        qDebug("%s : %s : %s : ,  returned SwitchRFMode Error", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : ,  returned SwitchRFMode Error", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
-    qDebug("%s : %s : %s : ,  returned SwitchRFMode Success", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : ,  returned SwitchRFMode Success", DM_TRACE_ARGS(ServiceFile));
     initMainMenuObj();
     if (!m_pMainMenu) {
-        qDebug("%s : %s : %s : , initialization Main menu  failed", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : , initialization Main menu  failed", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     m_pMainMenu->RefreshMenu();
@@ -61,46 +61,46 @@ int CDeviceMgrService::DisableRF()
 
 int CDeviceMgrService::SetOffline()
 {
-    qDebug("%s: %s: %s: called", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: called", DM_TRACE_ARGS(ServiceFile));
     if (!m_pUILogic) {
-        qDebug("%s: %s: %s: m_pUILogic is NULL", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic is NULL", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     if (!m_pUILogic->IsIMSIDetachEnabled()) {
-        qDebug("%s: %s: %s: m_pUILogic->IsIMSIDetachEnabled() returned false",
-               DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->IsIMSIDetachEnabled() returned false",
+                 DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     // The caller learns nothing from the outcome; it is only traced.
     if (m_pUILogic->SetOffline() == DEVMGR_RESULT_SUCCESS)
-        qDebug("%s: %s: %s: m_pUILogic->SetOffline() Success", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->SetOffline() Success", DM_TRACE_ARGS(ServiceFile));
     else
-        qDebug("%s: %s: %s: m_pUILogic->SetOffline() returned error", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->SetOffline() returned error", DM_TRACE_ARGS(ServiceFile));
     return 0;
 }
 
 int CDeviceMgrService::DetatchGPRS()
 {
-    qDebug("%s: %s: %s: called", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: called", DM_TRACE_ARGS(ServiceFile));
     if (!m_pUILogic) {
-        qDebug("%s: %s: %s: m_pUILogic is NULL", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic is NULL", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     if (!m_pUILogic->IsGPRSDetachEnabled()) {
-        qDebug("%s: %s: %s: m_pUILogic->IsGPRSDetachEnabled() returned false",
-               DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->IsGPRSDetachEnabled() returned false",
+                 DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     if (m_pUILogic->DetachGPRS() == DEVMGR_RESULT_SUCCESS)
-        qDebug("%s: %s: %s: m_pUILogic->DetachGPRS() Success", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->DetachGPRS() Success", DM_TRACE_ARGS(ServiceFile));
     else
-        qDebug("%s: %s: %s: m_pUILogic->DetachGPRS() returned error", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: m_pUILogic->DetachGPRS() returned error", DM_TRACE_ARGS(ServiceFile));
     return 0;
 }
 
 void CDeviceMgrService::onSignalRFSwitch(uint hwstate, uint swstate)
 {
-    qDebug("%s : %s : %s : called ", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : called ", DM_TRACE_ARGS(ServiceFile));
     if (hwstate != 0 && swstate != 0) {
         sendNotification(NTF_RF_ON);
     } else {
@@ -110,8 +110,8 @@ void CDeviceMgrService::onSignalRFSwitch(uint hwstate, uint swstate)
     // Deliberately no lookup here: before the first radio operation the menu
     // is simply not refreshed.
     if (m_pMainMenu) {
-        qDebug("%s : %s : %s : update radio menu on  UTPS_EVENT_DEV_RF_SWITCH event ",
-               DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : update radio menu on  UTPS_EVENT_DEV_RF_SWITCH event ",
+                 DM_TRACE_ARGS(ServiceFile));
         m_pMainMenu->RefreshMenu();
     }
     // Hardware on while the software switch stays off: the receivers get the
@@ -133,25 +133,25 @@ void CDeviceMgrService::OnPowerMgr(int event)
     if (!notifier)
         return;
     notifier->BroadcastNotify(NTF_POWER_MGR, NotifyParam(event), 0);
-    qDebug("%s : %s : %s :POWER MGR %d", DM_TRACE_ARGS(ServiceFile), event);
+    DM_DEBUG("%s : %s : %s :POWER MGR %d", DM_TRACE_ARGS(ServiceFile), event);
 }
 
 void CDeviceMgrService::initMainMenuObj()
 {
-    qDebug("%s: %s: %s: entered", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: entered", DM_TRACE_ARGS(ServiceFile));
     if (m_pMainMenu) {
-        qDebug("%s: %s: %s: exit", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: exit", DM_TRACE_ARGS(ServiceFile));
         return;
     }
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qWarning("%s: %s: %s: Startup::GetPluginContainer failed", DM_TRACE_ARGS(ServiceFile));
+        DM_WARNING("%s: %s: %s: Startup::GetPluginContainer failed", DM_TRACE_ARGS(ServiceFile));
         return;
     }
     QObject* plugin = container->GetPlugin(QString::fromLatin1(LinkPlugins::MainMenuClsid),
                                            LinkPlugins::MainMenuInterface);
     m_pMainMenu = qobject_cast<IMainMenuUI*>(plugin);
     if (!m_pMainMenu)
-        qDebug("%s: %s: %s: MainMenuBar::GetInstance() failed", DM_TRACE_ARGS(ServiceFile));
-    qDebug("%s: %s: %s: exit", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s: %s: MainMenuBar::GetInstance() failed", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: exit", DM_TRACE_ARGS(ServiceFile));
 }

@@ -89,20 +89,20 @@ bool mapSdkPinStatus(int status, unsigned char flag, E_DEVMGR_PIN_STATE* state)
 // `function` is the operation that reads.
 void traceCounterRead(const char* function, bool forPuk, bool answered, int status, int retries)
 {
-    const QByteArray now = DeviceMgrTrace::now();
+    const DeviceMgrTrace::Stamp now = DeviceMgrTrace::now();
     const char* time = now.constData();
     if (forPuk && answered)
-        qDebug("<======%s : %s : %s : UTPS_DevSrv_GetPinStatus Success retry %d ", time, LogicFile,
-               function, retries);
+        DM_DEBUG("<======%s : %s : %s : UTPS_DevSrv_GetPinStatus Success retry %d ", time,
+                 LogicFile, function, retries);
     else if (forPuk)
-        qWarning("======>%s : %s : %s : UTPS_DevSrv_GetPinStatus Failed retry %d ", time, LogicFile,
-                 function, retries);
+        DM_WARNING("======>%s : %s : %s : UTPS_DevSrv_GetPinStatus Failed retry %d ", time,
+                   LogicFile, function, retries);
     else if (answered)
-        qDebug("<===== %s : %s : %s : UTPS_DevSrv_GetPinStatus Success  PinStatus %d retry %d",
-               time, LogicFile, function, status, retries);
-    else
-        qWarning("=====> %s : %s : %s : UTPS_DevSrv_GetPinStatus Failed  PinStatus %d retry %d",
+        DM_DEBUG("<===== %s : %s : %s : UTPS_DevSrv_GetPinStatus Success  PinStatus %d retry %d",
                  time, LogicFile, function, status, retries);
+    else
+        DM_WARNING("=====> %s : %s : %s : UTPS_DevSrv_GetPinStatus Failed  PinStatus %d retry %d",
+                   time, LogicFile, function, status, retries);
 }
 
 bool settingIsOn(const QString& key)
@@ -115,7 +115,7 @@ bool settingIsOn(const QString& key)
 
 DeviceMgrUILogic* DeviceMgrUILogic::GetInstance()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!m_pDeviceMgrUILogic)
         m_pDeviceMgrUILogic = new DeviceMgrUILogic();
     return m_pDeviceMgrUILogic;
@@ -132,7 +132,7 @@ DeviceMgrUILogic::~DeviceMgrUILogic()
 
 void DeviceMgrUILogic::init()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     m_iRetryTimes = 0;
     m_nPinStatus = 0;
     // -1: the list has never been read (a cleared list has 0).
@@ -147,32 +147,32 @@ void DeviceMgrUILogic::init()
 
 _UTPS_ST_MULTI_DEVICE_INFO DeviceMgrUILogic::GetDeviceInfo()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     _UTPS_ST_MULTI_DEVICE_INFO list{};
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList calling", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList calling", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetAvailableDeviceList(&list) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList returned Error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList returned Error",
+                   DM_TRACE_ARGS(LogicFile));
         list.nDevNum = 0;
     } else {
-        qDebug("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList returned Success",
-               DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetAvailableDeviceList returned Success",
+                 DM_TRACE_ARGS(LogicFile));
     }
-    qDebug("%s : %s : %s : The num of device = %d", DM_TRACE_ARGS(LogicFile), list.nDevNum);
+    DM_DEBUG("%s : %s : %s : The num of device = %d", DM_TRACE_ARGS(LogicFile), list.nDevNum);
     return list;
 }
 
 void DeviceMgrUILogic::SetDeviceInfo(_UTPS_ST_MULTI_DEVICE_INFO* pstLocalDeviceinfo)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!pstLocalDeviceinfo) {
-        qDebug("%s : %s : %s : Input params NULL", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Input params NULL", DM_TRACE_ARGS(LogicFile));
         return;
     }
     const int count = pstLocalDeviceinfo->nDevNum;
     if (count > MAX_DEVICE_COUNT) {
-        qDebug("%s : %s : %s : Error :pstLocalDeviceinfo->nDevNum > MAX_DEVICE_COUNT",
-               DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Error :pstLocalDeviceinfo->nDevNum > MAX_DEVICE_COUNT",
+                 DM_TRACE_ARGS(LogicFile));
         return;
     }
     // A negative count passes the bound and is kept as it is; the loop below
@@ -196,7 +196,7 @@ void DeviceMgrUILogic::SetDeviceInfo(_UTPS_ST_MULTI_DEVICE_INFO* pstLocalDevicei
 
 void DeviceMgrUILogic::ClearDeviceInfo()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     std::memset(&m_stDeviceInfo, 0, sizeof m_stDeviceInfo);
     m_nCurPort = -1;
     m_nCurProtocol = 0;
@@ -205,17 +205,18 @@ void DeviceMgrUILogic::ClearDeviceInfo()
 
 int DeviceMgrUILogic::SelectDevice(_UTPS_ST_DEVICE_INFO info)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     // Compared with what the card reports now, not with the stored selection.
     if (nameOf(info) == GetCurrentDeviceName() && info.nPort == GetCurrentDevicePortNo()) {
-        qDebug("%s : %s : %s : Same Device selected, No change required", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Same Device selected, No change required",
+                 DM_TRACE_ARGS(LogicFile));
         return 0;
     }
     InterruptServers();
     info.szDeviceName[UTPS_DEVICE_NAME_LEN - 1] = '\0';
     if (UTPS_DevSrv_ManualChangeDevice(info.szDeviceName, "", info.nPort) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_ManualChangeDevice returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_ManualChangeDevice returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return 1;
     }
     copyName(m_szCurDeviceName, info.szDeviceName, UTPS_DEVICE_NAME_LEN);
@@ -226,19 +227,19 @@ int DeviceMgrUILogic::SelectDevice(_UTPS_ST_DEVICE_INFO info)
 
 QString DeviceMgrUILogic::GetDeviceName()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     char buffer[UTPS_SHORT_NAME_LEN] = {};
     QString name;
     if (UTPS_DevSrv_GetDeviceName(buffer) == UTPS_ERROR_SUCCESS)
         name = QString::fromLocal8Bit(buffer, int(strnlen(buffer, sizeof buffer)));
-    qDebug("%s : %s : %s : device name = %s", DM_TRACE_ARGS(LogicFile),
-           name.toLocal8Bit().constData());
+    DM_DEBUG("%s : %s : %s : device name = %s", DM_TRACE_ARGS(LogicFile),
+             name.toLocal8Bit().constData());
     return name;
 }
 
 QString DeviceMgrUILogic::GetCurrentDeviceName()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     // Asks the card every time: the stored name may be out of date after a
     // switch the SDK made on its own.
     return GetDeviceName();
@@ -246,56 +247,56 @@ QString DeviceMgrUILogic::GetCurrentDeviceName()
 
 int DeviceMgrUILogic::GetCurrentDevicePortNo()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     int port = 0;
-    qDebug("%s : %s : %s : Calling UTPS_DevSrv_GetDevicePort", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Calling UTPS_DevSrv_GetDevicePort", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetDevicePort(&port) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDevicePort returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDevicePort returned error",
+                   DM_TRACE_ARGS(LogicFile));
         port = 0;
     }
-    qDebug("%s : %s : %s : Exit", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_ARGS(LogicFile));
     return port;
 }
 
 int DeviceMgrUILogic::GetCurrentDeviceProtocol()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     return m_nCurProtocol;
 }
 
 int DeviceMgrUILogic::GetDeviceStatus(_UTPS_EN_DEVICE_STATUS& enDevStatus)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetDevStatus called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetDevStatus called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetDevStatus(&enDevStatus) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_GENERAL_ERROR;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned success", DM_TRACE_ARGS(LogicFile));
     return DEVMGR_RESULT_SUCCESS;
 }
 
 int DeviceMgrUILogic::GetSystemDevStatus()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     _UTPS_EN_DEVICE_STATUS status = DEVICE_STATUS_NO_DEVICE;
     if (UTPS_DevSrv_GetDevStatus(&status) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return 0;
     }
     char name[UTPS_SHORT_NAME_LEN] = {};
     if (UTPS_DevSrv_GetDeviceName(name) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDeviceName returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDeviceName returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return 0;
     }
     int port = 0;
     if (UTPS_DevSrv_GetDevicePort(&port) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDevicePort returned error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDevicePort returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return 0;
     }
     if (status == DEVICE_STATUS_AVAILABLE) {
@@ -307,39 +308,39 @@ int DeviceMgrUILogic::GetSystemDevStatus()
 
 int DeviceMgrUILogic::GetSimStatus()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     int status = 0;
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetSimStatus calling", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetSimStatus calling", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetSimStatus(&status) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetSimStatus returned Error",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetSimStatus returned Error",
+                   DM_TRACE_ARGS(LogicFile));
         return 0;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetSimStatus returned Success", DM_TRACE_ARGS(LogicFile));
-    qDebug("%s : %s : %s : The SIM State is %d", DM_TRACE_ARGS(LogicFile), status);
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetSimStatus returned Success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : The SIM State is %d", DM_TRACE_ARGS(LogicFile), status);
     return status;
 }
 
 bool DeviceMgrUILogic::isSimValid()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     int status = 0;
-    qDebug("========> %s : %s : %s : UTPS_DevSrv_GetSimStatus called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("========> %s : %s : %s : UTPS_DevSrv_GetSimStatus called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetSimStatus(&status) != UTPS_ERROR_SUCCESS) {
         // A card that cannot be asked is not reported as having no SIM.
-        qWarning("<======== %s : %s : %s : UTPS_DevSrv_GetSimStatus Failure",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("<======== %s : %s : %s : UTPS_DevSrv_GetSimStatus Failure",
+                   DM_TRACE_ARGS(LogicFile));
         return true;
     }
-    qDebug("<======== %s : %s : %s : SimStatus - %d UTPS_DevSrv_GetSimStatus SUCCESS",
-           DM_TRACE_ARGS(LogicFile), status);
+    DM_DEBUG("<======== %s : %s : %s : SimStatus - %d UTPS_DevSrv_GetSimStatus SUCCESS",
+             DM_TRACE_ARGS(LogicFile), status);
     // 1..254 is a usable SIM; 0, 255 and above (and negatives) are not.
     return static_cast<unsigned int>(status - 1) <= 253u;
 }
 
 QString DeviceMgrUILogic::GetSimTypeText()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     int productType = 0;
     if (UTPS_DevSrv_GetProductType(&productType) != UTPS_ERROR_SUCCESS)
         return QStringLiteral("");
@@ -349,10 +350,10 @@ QString DeviceMgrUILogic::GetSimTypeText()
 
 void DeviceMgrUILogic::InterruptServers()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qDebug("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(LogicFile));
         return;
     }
     QObject* plugin = container->GetPlugin(QString::fromLatin1(LinkPlugins::DialupClsid),
@@ -364,8 +365,8 @@ void DeviceMgrUILogic::InterruptServers()
         return;
     // The switch goes ahead whatever the outcome; the failure is only logged.
     if (dialup->GlobalDisconnect(0) != 0)
-        qWarning("%s : %s : %s : pDialup->GlobalDisconnect returned failed",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : pDialup->GlobalDisconnect returned failed",
+                   DM_TRACE_ARGS(LogicFile));
 }
 
 // ---------------------------------------------------------------------------
@@ -373,24 +374,25 @@ void DeviceMgrUILogic::InterruptServers()
 
 int DeviceMgrUILogic::GetPinStatus(E_DEVMGR_PIN_STATE* penStatus)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!penStatus) {
-        qDebug("%s : %s : %s : Pre-condtions failed", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Pre-condtions failed", DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_INVALID_INPUT;
     }
     int status = 0;
     unsigned char flag = 0;
     unsigned char flag2 = 0;
     unsigned char retries = 0;
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetPinStatus called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetPinStatus called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetPinStatus(kPinType, &status, &flag, &flag2, &retries) !=
         UTPS_ERROR_SUCCESS) {
-        qWarning("=====>%s : %s : %s : UTPS_DevSrv_GetPinStatus failed", DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("=====>%s : %s : %s : UTPS_DevSrv_GetPinStatus failed",
+                   DM_TRACE_ARGS(LogicFile));
         m_iRetryTimes = -1;
         return DEVMGR_RESULT_SDK_FAILURE;
     }
-    qDebug("<=====%s : %s : %s : UTPS_DevSrv_GetPinStatus passed retry %d PinStatus - %d",
-           DM_TRACE_ARGS(LogicFile), int(retries), status);
+    DM_DEBUG("<=====%s : %s : %s : UTPS_DevSrv_GetPinStatus passed retry %d PinStatus - %d",
+             DM_TRACE_ARGS(LogicFile), int(retries), status);
     m_iRetryTimes = retries;
     m_nPinStatus = status;
     mapSdkPinStatus(status, flag, penStatus);
@@ -399,7 +401,7 @@ int DeviceMgrUILogic::GetPinStatus(E_DEVMGR_PIN_STATE* penStatus)
 
 int DeviceMgrUILogic::GetPINRetryTimes()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!readRetryCounter(__FUNCTION__, false))
         return -1;
     // While the PUK is required the card's one counter is the PUK's.
@@ -408,7 +410,7 @@ int DeviceMgrUILogic::GetPINRetryTimes()
 
 int DeviceMgrUILogic::GetPUKRetryTimes()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!readRetryCounter(__FUNCTION__, true))
         return -1;
     // Outside the PUK state the card's one counter is the PIN's.
@@ -436,29 +438,30 @@ bool DeviceMgrUILogic::readRetryCounter(const char* function, bool forPuk)
 
 bool DeviceMgrUILogic::isPINValid(QString& pin)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     const bool valid = pin.length() >= kMinPinLen && pin.length() <= kMaxPinLen;
     if (!valid)
-        qDebug("%s : %s : %s : length is either greater than MAX PIN Len or less than MIN PIN len",
-               DM_TRACE_ARGS(LogicFile));
-    qDebug("%s : %s : %s : Exit retval = ", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG(
+            "%s : %s : %s : length is either greater than MAX PIN Len or less than MIN PIN len",
+            DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Exit retval = ", DM_TRACE_ARGS(LogicFile));
     return valid;
 }
 
 bool DeviceMgrUILogic::isPUKValid(QString& puk)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (puk.length() == kPukLen)
         return true;
-    qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
     return false;
 }
 
 int DeviceMgrUILogic::ValidatePINs(QString pin, QString confirmPin)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!isPINValid(pin) || !isPINValid(confirmPin)) {
-        qDebug("%s : %s : %s : Input params are invalid", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Input params are invalid", DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_GENERAL_ERROR;
     }
     const PinBuffer first(pin);
@@ -470,7 +473,7 @@ int DeviceMgrUILogic::ValidatePINs(QString pin, QString confirmPin)
 
 int DeviceMgrUILogic::ProcessPIN(QString pin, int& retries, E_DEVMGR_PIN_STATE request)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     int result = -1;
     switch (request) {
     case DEVMGR_PIN_VERIFY:
@@ -487,15 +490,16 @@ int DeviceMgrUILogic::ProcessPIN(QString pin, int& retries, E_DEVMGR_PIN_STATE r
     }
     if (result == UTPS_ERROR_SUCCESS)
         return 0;
-    qDebug("%s : %s : %s : ProcessPIN: SimState %d Failed", DM_TRACE_ARGS(LogicFile), int(request));
+    DM_DEBUG("%s : %s : %s : ProcessPIN: SimState %d Failed", DM_TRACE_ARGS(LogicFile),
+             int(request));
     return 1;
 }
 
 int DeviceMgrUILogic::processVerifyPIN(int& retries, QString pin)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!isPINValid(pin)) {
-        qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
         return -1;
     }
     const PinBuffer code(pin);
@@ -503,11 +507,11 @@ int DeviceMgrUILogic::processVerifyPIN(int& retries, QString pin)
     // for "no attempts left".
     unsigned char left = kRetriesUnknown;
     // The entered PIN is traced on purpose; the host keeps its log private.
-    qDebug("%s : %s : %s : UTPS_DevSrv_VerifyPin called with btType = %d, szPinCode = %s",
-           DM_TRACE_ARGS(LogicFile), int(kPinType), code.get());
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_VerifyPin called with btType = %d, szPinCode = %s",
+             DM_TRACE_ARGS(LogicFile), int(kPinType), code.get());
     const int result = UTPS_DevSrv_VerifyPin(kPinType, code.get(), &left);
-    qDebug("%s : %s : %s : UTPS_DevSrv_VerifyPin returned %li", DM_TRACE_ARGS(LogicFile),
-           long(result));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_VerifyPin returned %li", DM_TRACE_ARGS(LogicFile),
+             long(result));
     retries = left == kRetriesUnknown ? -1 : int(left);
     if (left == 0)
         m_nPinStatus = SDK_PIN_STATUS_PUK;
@@ -516,32 +520,32 @@ int DeviceMgrUILogic::processVerifyPIN(int& retries, QString pin)
 
 int DeviceMgrUILogic::processEnablePIN(int& retries, QString pin)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!isPINValid(pin)) {
-        qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
         return -1;
     }
     const PinBuffer code(pin);
-    qDebug("=====> %s : %s : %s : UTPS_DevSrv_EnablePin Calling", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("=====> %s : %s : %s : UTPS_DevSrv_EnablePin Calling", DM_TRACE_ARGS(LogicFile));
     const int result = UTPS_DevSrv_EnablePin(kPinType, code.get());
-    qDebug("<===== %s : %s : %s :  UTPS_DevSrv_EnablePin return value %d ",
-           DM_TRACE_ARGS(LogicFile), result);
+    DM_DEBUG("<===== %s : %s : %s :  UTPS_DevSrv_EnablePin return value %d ",
+             DM_TRACE_ARGS(LogicFile), result);
     finishProtectionRequest(result, retries);
     return result;
 }
 
 int DeviceMgrUILogic::processDisablePIN(int& retries, QString pin)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!isPINValid(pin)) {
-        qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
         return -1;
     }
     const PinBuffer code(pin);
-    qDebug("=====> %s : %s : %s : UTPS_DevSrv_DisablePin Calling", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("=====> %s : %s : %s : UTPS_DevSrv_DisablePin Calling", DM_TRACE_ARGS(LogicFile));
     const int result = UTPS_DevSrv_DisablePin(kPinType, code.get());
-    qDebug("<===== %s : %s : %s :  UTPS_DevSrv_DisablePin return value  %d ",
-           DM_TRACE_ARGS(LogicFile), result);
+    DM_DEBUG("<===== %s : %s : %s :  UTPS_DevSrv_DisablePin return value  %d ",
+             DM_TRACE_ARGS(LogicFile), result);
     finishProtectionRequest(result, retries);
     return result;
 }
@@ -558,9 +562,9 @@ void DeviceMgrUILogic::finishProtectionRequest(int result, int& retries)
 
 int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     if (!isPINValid(newPin) || !isPUKValid(puk)) {
-        qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_INVALID_INPUT;
     }
     const PinBuffer pukCode(puk);
@@ -574,8 +578,8 @@ int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)
         m_iRetryTimes = 0;
         return DEVMGR_RESULT_SUCCESS;
     case kSdkRefused:
-        qWarning("%s : %s : %s : UTPS_DevSrv_UnblockPin returned failure",
-                 DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_UnblockPin returned failure",
+                   DM_TRACE_ARGS(LogicFile));
         if (isSimValid())
             m_iRetryTimes = retries;
         else
@@ -583,8 +587,8 @@ int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)
         m_nPinStatus = SDK_PIN_STATUS_PUK;
         return DEVMGR_RESULT_SDK_FAILURE;
     case kSdkBadParam:
-        qDebug("%s : %s : %s : UTPS_DevSrv_UnblockPin returned bad param,",
-               DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : UTPS_DevSrv_UnblockPin returned bad param,",
+                 DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_INVALID_INPUT;
     case UTPS_ERROR_WWAN_PRIVILEGE:
         m_nPinStatus = 0;
@@ -598,11 +602,11 @@ int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)
 
 int DeviceMgrUILogic::ModifyPIN(QString oldPin, QString newPin, int& retries)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     // Whatever the outcome, the caller gets the counter as it stands after it.
     int result = DEVMGR_RESULT_SUCCESS;
     if (!isPINValid(oldPin) || !isPINValid(newPin)) {
-        qDebug("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : Invalid input params", DM_TRACE_ARGS(LogicFile));
         result = DEVMGR_RESULT_INVALID_INPUT;
     } else {
         const PinBuffer oldCode(oldPin);
@@ -611,12 +615,12 @@ int DeviceMgrUILogic::ModifyPIN(QString oldPin, QString newPin, int& retries)
         if (sdkResult == UTPS_ERROR_SUCCESS) {
             m_iRetryTimes = 0;
         } else if (sdkResult == kSdkBadParam) {
-            qDebug("%s : %s : %s : UTPS_DevSrv_ChangePin returned bad param,",
-                   DM_TRACE_ARGS(LogicFile));
+            DM_DEBUG("%s : %s : %s : UTPS_DevSrv_ChangePin returned bad param,",
+                     DM_TRACE_ARGS(LogicFile));
             result = DEVMGR_RESULT_INVALID_INPUT;
         } else if (sdkResult == kSdkRefused) {
-            qWarning("%s : %s : %s : UTPS_DevSrv_ChangePin returned failure",
-                     DM_TRACE_ARGS(LogicFile));
+            DM_WARNING("%s : %s : %s : UTPS_DevSrv_ChangePin returned failure",
+                       DM_TRACE_ARGS(LogicFile));
             reportRefusedRequest();
             result = DEVMGR_RESULT_SDK_FAILURE;
         }
@@ -644,11 +648,11 @@ int DeviceMgrUILogic::reportRefusedRequest()
 
 void DeviceMgrUILogic::handleEnableDisableErrorCondition()
 {
-    qDebug("%s : %s : %s : Entered m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
+    DM_DEBUG("%s : %s : %s : Entered m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
     --m_iRetryTimes;
     if (m_iRetryTimes == 0)
         m_nPinStatus = SDK_PIN_STATUS_PUK;
-    qDebug("%s : %s : %s : Exit m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
+    DM_DEBUG("%s : %s : %s : Exit m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
 }
 
 // ---------------------------------------------------------------------------
@@ -656,66 +660,70 @@ void DeviceMgrUILogic::handleEnableDisableErrorCondition()
 
 int DeviceMgrUILogic::SwitchRFMode(bool on)
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     _UTPS_ST_RF_SWITCH rf{};
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetRFSwitch called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetRFSwitch called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_GetRFSwitch(&rf) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetRFSwitch returned error", DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetRFSwitch returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_SDK_FAILURE;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_GetRFSwitch returned success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_GetRFSwitch returned success", DM_TRACE_ARGS(LogicFile));
     if (rf.nSupport == 0) {
-        qDebug("%s : %s : %s : device dosent support RF switch", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : device dosent support RF switch", DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_GENERAL_ERROR;
     }
     // Only exactly 1 and exactly 0 count as "already there"; any other state
     // is switched whichever way is asked.
     if ((on && rf.nState == 1) || (!on && rf.nState == 0)) {
-        qDebug("%s : %s : %s : device is already in same state", DM_TRACE_ARGS(LogicFile));
+        DM_DEBUG("%s : %s : %s : device is already in same state", DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_SUCCESS;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_SetRFSwitch called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_SetRFSwitch called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_SetRFSwitch(on ? 1 : 0) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_SetRFSwitch returned error", DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_SetRFSwitch returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_SDK_FAILURE;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_SetRFSwitch returned success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_SetRFSwitch returned success", DM_TRACE_ARGS(LogicFile));
     return DEVMGR_RESULT_SUCCESS;
 }
 
 int DeviceMgrUILogic::SetOffline()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
-    qDebug("%s : %s : %s : UTPS_DevSrv_SetOffline called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_SetOffline called", DM_TRACE_ARGS(LogicFile));
     if (UTPS_DevSrv_SetOffline() != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_SetOffline returned error", DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_SetOffline returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_GENERAL_ERROR;
     }
-    qDebug("%s : %s : %s : UTPS_DevSrv_SetOffline returned success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_DevSrv_SetOffline returned success", DM_TRACE_ARGS(LogicFile));
     return DEVMGR_RESULT_SUCCESS;
 }
 
 int DeviceMgrUILogic::DetachGPRS()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
-    qDebug("%s : %s : %s : UTPS_NetSrv_SetPSState called", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_NetSrv_SetPSState called", DM_TRACE_ARGS(LogicFile));
     // 0 = detach from the packet-switched network.
     if (UTPS_NetSrv_SetPSState(0) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_NetSrv_SetPSState returned error", DM_TRACE_ARGS(LogicFile));
+        DM_WARNING("%s : %s : %s : UTPS_NetSrv_SetPSState returned error",
+                   DM_TRACE_ARGS(LogicFile));
         return DEVMGR_RESULT_GENERAL_ERROR;
     }
-    qDebug("%s : %s : %s : UTPS_NetSrv_SetPSState returned success", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : UTPS_NetSrv_SetPSState returned success", DM_TRACE_ARGS(LogicFile));
     return DEVMGR_RESULT_SUCCESS;
 }
 
 bool DeviceMgrUILogic::IsIMSIDetachEnabled()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     return settingIsOn(QStringLiteral("imsi_detach"));
 }
 
 bool DeviceMgrUILogic::IsGPRSDetachEnabled()
 {
-    qDebug("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
+    DM_DEBUG("%s : %s : %s : Entered", DM_TRACE_ARGS(LogicFile));
     return settingIsOn(QStringLiteral("gprs_detach"));
 }

@@ -22,9 +22,9 @@ void CDeviceMgrUI::OnDestroy()
 
 void CDeviceMgrUI::UnSDKRegisterEvent()
 {
-    qDebug("%s: %s called", PluginFile, __FUNCTION__);
+    DM_DEBUG("%s: %s called", PluginFile, __FUNCTION__);
     CDeviceMgrService::instance()->unSDKRegisterEvent();
-    qDebug("%s: %s exit", PluginFile, __FUNCTION__);
+    DM_DEBUG("%s: %s exit", PluginFile, __FUNCTION__);
 }
 
 int CDeviceMgrUI::Init()
@@ -60,7 +60,7 @@ bool CDeviceMgrUI::IsAllowRelease()
 
 bool CDeviceMgrUI::QueryInterface(int iid, QObject** ppObject)
 {
-    qDebug("%s: %s called", PluginFile, __FUNCTION__);
+    DM_DEBUG("%s: %s called", PluginFile, __FUNCTION__);
     // Without a place to put the service there is nothing to hand out: a null
     // output pointer is refused rather than written through.
     if (iid != DeviceMgrInterface || !ppObject)

@@ -22,7 +22,7 @@ DeviceMgrWin7Thread* DeviceMgrWin7Thread::m_pThreadInstance = nullptr;
 
 DeviceMgrWin7Thread* DeviceMgrWin7Thread::Instance()
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
     if (!m_pThreadInstance)
         m_pThreadInstance = new DeviceMgrWin7Thread();
     return m_pThreadInstance;
@@ -43,30 +43,30 @@ DeviceMgrWin7Thread::DeviceMgrWin7Thread() : QThread(nullptr)
 // it is torn down itself.
 DeviceMgrWin7Thread::~DeviceMgrWin7Thread()
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
     m_bStopThread.store(1, std::memory_order_relaxed);
-    qDebug("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
 }
 
 void DeviceMgrWin7Thread::Stop()
 {
-    qDebug("%s: %s: %s: DeviceMgrWin7Thread::Stop() Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: DeviceMgrWin7Thread::Stop() Entered", DM_TRACE_ARGS(kFile));
     m_bStopThread.store(1, std::memory_order_relaxed);
     CommonUtils::WaitForThreadToStop(this, kStopWaitBound);
-    qDebug("%s: %s: %s: DeviceMgrWin7Thread::Stop() Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: DeviceMgrWin7Thread::Stop() Exit", DM_TRACE_ARGS(kFile));
 }
 
 void DeviceMgrWin7Thread::appQuitStop()
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
     m_bAppQuit.store(1, std::memory_order_relaxed);
-    qDebug("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
 }
 
 void DeviceMgrWin7Thread::run()
 {
     CommonUtils::ThreadCountInc(QString::fromLatin1(kFile), QString::fromLatin1(__FUNCTION__));
-    qDebug("%s: %s: %s: DeviceMgrWin7Thread::run() Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: DeviceMgrWin7Thread::run() Entered", DM_TRACE_ARGS(kFile));
     m_bStopThread.store(0, std::memory_order_relaxed);
 
     if (UTPS_DevSrv_IsWin7() != UTPS_ERROR_SUCCESS) {
@@ -79,19 +79,19 @@ void DeviceMgrWin7Thread::run()
         // purpose.
         while (!m_bDeviceInitFinished.load(std::memory_order_relaxed)) {
             if (UTPS_DevSrv_IsWWanReady() == UTPS_ERROR_SUCCESS) {
-                qDebug("%s: %s: %s: UTPS_DevSrv_IsWWanReady ()", DM_TRACE_ARGS(kFile));
+                DM_DEBUG("%s: %s: %s: UTPS_DevSrv_IsWWanReady ()", DM_TRACE_ARGS(kFile));
                 m_bDeviceInitFinished.store(1, std::memory_order_relaxed);
                 break;
             }
             if (UTPS_DevSrv_IsWWanServiceActive() == kWWanServiceInactive) {
-                qDebug("%s: %s: %s: UTPS_DevSrv_IsWWanServiceActive", DM_TRACE_ARGS(kFile));
+                DM_DEBUG("%s: %s: %s: UTPS_DevSrv_IsWWanServiceActive", DM_TRACE_ARGS(kFile));
                 m_bDeviceInitFinished.store(1, std::memory_order_relaxed);
                 break;
             }
             if (m_bAppQuit.load(std::memory_order_relaxed) ||
                 m_bStopThread.load(std::memory_order_relaxed) || QCoreApplication::closingDown()) {
-                qDebug("%s: %s: %s: m_bStopThread || QApplication::closingDown ()",
-                       DM_TRACE_ARGS(kFile));
+                DM_DEBUG("%s: %s: %s: m_bStopThread || QApplication::closingDown ()",
+                         DM_TRACE_ARGS(kFile));
                 break;
             }
             QThread::msleep(kPollIntervalMs);
@@ -100,11 +100,11 @@ void DeviceMgrWin7Thread::run()
 
     if (!m_bAppQuit.load(std::memory_order_relaxed) &&
         m_bDeviceInitFinished.load(std::memory_order_relaxed)) {
-        qDebug("%s: %s: %s: emit deviceInitFinished ()", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: emit deviceInitFinished ()", DM_TRACE_ARGS(kFile));
         emit deviceInitFinished();
     }
 
-    qDebug("%s: %s: %s: Before Dec", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Before Dec", DM_TRACE_ARGS(kFile));
     CommonUtils::ThreadCountDec(QString::fromLatin1(kFile), QString::fromLatin1(__FUNCTION__));
-    qDebug("%s: %s: %s: DeviceMgrWin7Thread::run() Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: DeviceMgrWin7Thread::run() Exit", DM_TRACE_ARGS(kFile));
 }

@@ -90,14 +90,14 @@ QMenu* LineEdit::createContextMenu()
 
 void LineEdit::ShowContextMenu(const QPoint& point)
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
     std::unique_ptr<QMenu> menu(createContextMenu());
     if (!menu) {
-        qDebug("%s: %s: %s: Invalid Args", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: Invalid Args", DM_TRACE_ARGS(kFile));
         return;
     }
     menu->exec(mapToGlobal(point));
-    qDebug("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
 }
 
 bool LineEdit::eventFilter(QObject* object, QEvent* event)

@@ -32,7 +32,7 @@ SimDlg::SimDlg(QWidget* parent, Qt::WindowFlags flags, enWidgetType type)
 
 void SimDlg::reject()
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(kFile));
     if (!confirmCancel())
         return;
     m_bAskOnClose = false;
