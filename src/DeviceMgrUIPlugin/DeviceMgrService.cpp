@@ -17,10 +17,13 @@
 #include <ExtendDialog.h>
 
 #include <QCoreApplication>
+#include <QThread>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 using DeviceMgrTrace::ServiceFile;
 
@@ -39,6 +42,47 @@ std::mutex& callbackGate()
 {
     static std::mutex gate;
     return gate;
+}
+
+// Device-manager events the SDK's thread has queued to the GUI thread and
+// the GUI thread has not taken up yet. Without a bound, a storm of events
+// would pile up in the GUI thread's queue for as long as it lasts; with one,
+// the SDK's thread waits for the GUI thread instead (in no lock, so nothing
+// else waits with it). A GUI thread that is busy elsewhere for longer than
+// the patience stops the waiting until it has caught up, so the SDK is never
+// held for long.
+std::atomic<int> g_eventsQueued{0};
+std::atomic<bool> g_outOfPatience{false};
+constexpr int kEventsQueuedMax = 512;
+constexpr auto kPatience = std::chrono::milliseconds(200);
+
+void waitForTheGuiThread()
+{
+    const int queued = g_eventsQueued.load(std::memory_order_relaxed);
+    if (queued < kEventsQueuedMax / 2)
+        g_outOfPatience.store(false, std::memory_order_relaxed);
+    if (queued < kEventsQueuedMax || g_outOfPatience.load(std::memory_order_relaxed))
+        return;
+    const QCoreApplication* app = QCoreApplication::instance();
+    if (!app || QThread::currentThread() == app->thread())
+        return; // the one thread that could make room
+    const auto giveUpAt = std::chrono::steady_clock::now() + kPatience;
+    while (g_eventsQueued.load(std::memory_order_relaxed) >= kEventsQueuedMax / 2) {
+        if (std::chrono::steady_clock::now() >= giveUpAt) {
+            g_outOfPatience.store(true, std::memory_order_relaxed);
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+}
+
+void eventTakenUp()
+{
+    // Never below zero: the handler may also be called directly.
+    int queued = g_eventsQueued.load(std::memory_order_relaxed);
+    while (queued > 0 &&
+           !g_eventsQueued.compare_exchange_weak(queued, queued - 1, std::memory_order_relaxed)) {
+    }
 }
 
 template <typename T> void deleteAndNull(T*& object)
@@ -85,7 +129,7 @@ bool carriesDeviceList(int event)
 
 CDeviceMgrService::CDeviceMgrService()
 {
-    qDebug("%s : %s : %s : constructor called", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : constructor called", DM_TRACE_ARGS(ServiceFile));
     if (QCoreApplication* app = QCoreApplication::instance())
         connect(app, SIGNAL(aboutToQuit()), this, SLOT(appQuitStop()));
     connect(this, SIGNAL(PowerMgrEvent(int)), this, SLOT(OnPowerMgr(int)));
@@ -94,7 +138,7 @@ CDeviceMgrService::CDeviceMgrService()
 CDeviceMgrService::~CDeviceMgrService()
 {
     // The one trace line that puts the time last.
-    qDebug("%s: %s: %s entered", ServiceFile, __FUNCTION__, DeviceMgrTrace::now().constData());
+    DM_DEBUG("%s: %s: %s entered", ServiceFile, __FUNCTION__, DeviceMgrTrace::now().constData());
     // Normally releaseData has done this already; a service deleted without
     // it must not stay reachable from the SDK's thread either.
     std::lock_guard<std::mutex> gate(callbackGate());
@@ -122,12 +166,12 @@ void CDeviceMgrService::Destroy()
 
 int CDeviceMgrService::Init()
 {
-    qDebug("%s : %s : %s : called", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : called", DM_TRACE_ARGS(ServiceFile));
     m_pCallbackInstance.store(this);
 
     m_pUILogic = DeviceMgrUILogic::GetInstance();
     if (!m_pUILogic) {
-        qWarning("%s: %s: DeviceMgrUILogic init failed", ServiceFile, __FUNCTION__);
+        DM_WARNING("%s: %s: DeviceMgrUILogic init failed", ServiceFile, __FUNCTION__);
         return 0;
     }
     qRegisterMetaType<E_DEVMGR_PIN_STATE>("E_DEVMGR_PIN_STATE");
@@ -139,18 +183,18 @@ int CDeviceMgrService::Init()
     if (UTPS_DevSrv_RegisterDevInitEventCallback(OnDeviceMgrInitEvent) != UTPS_ERROR_SUCCESS) {
         // Without the init events nothing could ever be handled: skip the
         // remaining registrations and the internal connections.
-        qWarning("%s: %s: UTPS_DevSrv_RegisterDevInitEventCallback failed", ServiceFile,
-                 __FUNCTION__);
+        DM_WARNING("%s: %s: UTPS_DevSrv_RegisterDevInitEventCallback failed", ServiceFile,
+                   __FUNCTION__);
         return 0;
     }
     int result = 1;
     if (UTPS_DevSrv_RegisterDevMgrCallback(OnDevMgrEventsCB) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s: %s: UTPS_DevSrv_RegisterDevMgrCallback failed", ServiceFile, __FUNCTION__);
+        DM_WARNING("%s: %s: UTPS_DevSrv_RegisterDevMgrCallback failed", ServiceFile, __FUNCTION__);
         result = 0;
     }
     if (UTPS_DevSrv_RegisterMultiDeviceEventCallback(OnDevMgrEventsCB) != UTPS_ERROR_SUCCESS) {
-        qWarning("%s: %s: UTPS_DevSrv_RegisterMultiDeviceEventCallback failed", ServiceFile,
-                 __FUNCTION__);
+        DM_WARNING("%s: %s: UTPS_DevSrv_RegisterMultiDeviceEventCallback failed", ServiceFile,
+                   __FUNCTION__);
         result = 0;
     }
 
@@ -178,18 +222,18 @@ void CDeviceMgrService::OnDestroy()
 
 void CDeviceMgrService::unSDKRegisterEvent()
 {
-    qDebug("%s: %s called", ServiceFile, __FUNCTION__);
+    DM_DEBUG("%s: %s called", ServiceFile, __FUNCTION__);
     UTPS_DevSrv_UnRegisterDevInitEventCallback();
     UTPS_DevSrv_UnRegisterDevMgrCallback();
     UTPS_DevSrv_UnRegisterMultiDeviceEventCallback();
-    qDebug("%s: %s exit", ServiceFile, __FUNCTION__);
+    DM_DEBUG("%s: %s exit", ServiceFile, __FUNCTION__);
 }
 
 int CDeviceMgrService::ShowWindow(QWidget* parent)
 {
-    qDebug("%s: %s : %s, entered", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s : %s, entered", DM_TRACE_ARGS(ServiceFile));
     if (!parent) {
-        qDebug("%s: %s : %s, NULL Input Parameter", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s: %s : %s, NULL Input Parameter", DM_TRACE_ARGS(ServiceFile));
         return 0;
     }
     m_pParentWidget = parent;
@@ -202,7 +246,7 @@ int CDeviceMgrService::OnDeviceMgrInitEvent(int event, void* /*data*/)
     CDeviceMgrService* service = m_pCallbackInstance.load();
     if (!service)
         return 1;
-    qDebug("%s : %s : %s : called event = %d", DM_TRACE_ARGS(ServiceFile), event);
+    DM_DEBUG("%s : %s : %s : called event = %d", DM_TRACE_ARGS(ServiceFile), event);
 
     DevCheckFPThread* fpThread = service->m_pFPThread.load();
     if (event == UTPS_EVENT_DEV_FPLOCK) {
@@ -232,33 +276,34 @@ int CDeviceMgrService::OnDeviceMgrInitEvent(int event, void* /*data*/)
             fpThread->SendAllNotifies();
         emit service->signalDeviceMgrInitEventHandler(event);
     }
-    qDebug("%s : %s : %s : exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : exit", DM_TRACE_ARGS(ServiceFile));
     return 1;
 }
 
 int CDeviceMgrService::OnDevMgrEventsCB(int event, void* data)
 {
+    waitForTheGuiThread();
     std::lock_guard<std::mutex> gate(callbackGate());
     CDeviceMgrService* service = m_pCallbackInstance.load();
     if (!service)
         return 1;
-    qDebug("%s : %s : %s : called event = %d ", DM_TRACE_ARGS(ServiceFile), event);
+    DM_DEBUG("%s : %s : %s : called event = %d ", DM_TRACE_ARGS(ServiceFile), event);
     if (service->m_bShuttingDown.load(std::memory_order_relaxed)) {
-        qDebug("%s : %s : %s : Events ignored: App Shutting down ", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ", DM_TRACE_ARGS(ServiceFile));
         return 1;
     }
 
     if (event == UTPS_EVENT_DEV_RF_SWITCH) {
-        qDebug("%s : %s : %s : got UTPS_EVENT_DEV_RF_SWITCH event ", DM_TRACE_ARGS(ServiceFile));
+        DM_DEBUG("%s : %s : %s : got UTPS_EVENT_DEV_RF_SWITCH event ", DM_TRACE_ARGS(ServiceFile));
         if (data) {
-            qDebug("%s : %s : %s : Emit signal on getting UTPS_EVENT_DEV_RF_SWITCH event ",
-                   DM_TRACE_ARGS(ServiceFile));
+            DM_DEBUG("%s : %s : %s : Emit signal on getting UTPS_EVENT_DEV_RF_SWITCH event ",
+                     DM_TRACE_ARGS(ServiceFile));
             // The SDK sends the software state first, the hardware state second.
             emit service->signalRFSwitch(payloadWord(data, 1), payloadWord(data, 0));
         }
     } else {
         if (carriesDeviceList(event) && service->m_pUILogic) {
-            qDebug("%s : %s : %s :Update Device Info on events", DM_TRACE_ARGS(ServiceFile));
+            DM_DEBUG("%s : %s : %s :Update Device Info on events", DM_TRACE_ARGS(ServiceFile));
             service->takeDeviceList(static_cast<const _UTPS_ST_MULTI_DEVICE_INFO*>(data));
             emit service->signalUpdateChooseDevice();
         }
@@ -272,9 +317,15 @@ int CDeviceMgrService::OnDevMgrEventsCB(int event, void* data)
         }
     }
 
+    g_eventsQueued.fetch_add(1, std::memory_order_relaxed);
     emit service->signalDeviceMgrEventHandler(event);
-    qDebug("%s : %s : %s : exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : exit", DM_TRACE_ARGS(ServiceFile));
     return 1;
+}
+
+void CDeviceMgrService::noteEventTakenUp()
+{
+    eventTakenUp();
 }
 
 void CDeviceMgrService::takeDeviceList(const _UTPS_ST_MULTI_DEVICE_INFO* list)
@@ -307,15 +358,15 @@ void CDeviceMgrService::OnMyDeviceMgrInitEventHandler(int event)
 
 void CDeviceMgrService::appQuitStop()
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(ServiceFile));
     m_bShuttingDown.store(true, std::memory_order_relaxed);
     CommonUtils::SetShutDownFlag();
-    qDebug("%s: %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s: %s: %s: Exit", DM_TRACE_ARGS(ServiceFile));
 }
 
 void CDeviceMgrService::releaseData()
 {
-    qDebug("%s : %s : %s : destructor called", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : destructor called", DM_TRACE_ARGS(ServiceFile));
     // A held-back backlog may be handing events on, paced, inside an SDK
     // callback that holds the gate: cut it off first, or the wait for the
     // gate below would last as long as the backlog.
@@ -327,6 +378,8 @@ void CDeviceMgrService::releaseData()
         CDeviceMgrService* self = this;
         m_pCallbackInstance.compare_exchange_strong(self, nullptr);
     }
+    // What was queued to this service will never be taken up.
+    g_eventsQueued.store(0, std::memory_order_relaxed);
 
     deleteAndNull(m_pDlgChooseDev);
     disconnect();
@@ -383,7 +436,7 @@ void CDeviceMgrService::releaseData()
     m_pbuttonPUKOK = m_pbuttonPUKCancel = nullptr;
 
     deleteAndNull(m_pUILogic);
-    qDebug("%s : %s : %s : destructor exit", DM_TRACE_ARGS(ServiceFile));
+    DM_DEBUG("%s : %s : %s : destructor exit", DM_TRACE_ARGS(ServiceFile));
 }
 
 void CDeviceMgrService::onPinStateChanged(E_DEVMGR_PIN_STATE penStatus)

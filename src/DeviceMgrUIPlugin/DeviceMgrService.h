@@ -257,6 +257,9 @@ private:
     // value: the access layer's list is only ever written there.
     void takeDeviceList(const _UTPS_ST_MULTI_DEVICE_INFO* list);
     void applyDeviceList(_UTPS_ST_MULTI_DEVICE_INFO* list);
+    // The GUI thread took up one queued device-manager event (the bound on
+    // how many the SDK's thread may queue).
+    static void noteEventTakenUp();
 
     CDeviceMgrService();
     ~CDeviceMgrService() override;

@@ -46,8 +46,8 @@ int queryProductType(int current)
     int type = current;
     const int result = UTPS_DevSrv_GetProductType(&type);
     if (result != UTPS_ERROR_SUCCESS) {
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetProductType returned error %li",
-                 DM_TRACE_ARGS(kFile), static_cast<long>(result));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetProductType returned error %li",
+                   DM_TRACE_ARGS(kFile), static_cast<long>(result));
         return current;
     }
     return type;
@@ -70,11 +70,11 @@ QByteArray numberText(int value)
 // the name of the step that runs it.
 void markDeviceActive(const char* function, bool& deviceAvailable, int& productType)
 {
-    qDebug("%s : %s : %s : m_bDeviceAvialable = true", DM_TRACE_AS(function));
+    DM_DEBUG("%s : %s : %s : m_bDeviceAvialable = true", DM_TRACE_AS(function));
     deviceAvailable = true;
     readAndStoreProductType(productType);
-    qDebug("%s : %s : %s : enter ProductType : %s", DM_TRACE_AS(function),
-           numberText(productType).constData());
+    DM_DEBUG("%s : %s : %s : enter ProductType : %s", DM_TRACE_AS(function),
+             numberText(productType).constData());
 }
 
 // A switch between a UIM and a SIM card, both types known, reloads every
@@ -105,13 +105,13 @@ QWidget* mainFrameWindow()
 {
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qDebug("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(kFile));
         return nullptr;
     }
     auto* mainFrame = qobject_cast<IMainFrameUIService*>(
         container->GetPlugin(LinkPlugins::MainFrameClsid, LinkPlugins::MainFrameInterface));
     if (!mainFrame) {
-        qDebug("%s: %s: %s: GetPlugin (MAINFRAME_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: GetPlugin (MAINFRAME_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
         return nullptr;
     }
     return mainFrame->GetMainWindow();
@@ -121,13 +121,13 @@ void refreshMiniFrame()
 {
     IPluginContainer* container = Startup::GetPluginContainer();
     if (!container) {
-        qDebug("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : GetPluginContainer returned NULL", DM_TRACE_ARGS(kFile));
         return;
     }
     auto* miniFrame = qobject_cast<IMiniFrameUIService*>(
         container->GetPlugin(LinkPlugins::MiniFrameClsid, LinkPlugins::MiniFrameInterface));
     if (!miniFrame) {
-        qDebug("%s: %s: %s: GetPlugin (MINIFRAME_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: GetPlugin (MINIFRAME_PLUGIN) returned NULL", DM_TRACE_ARGS(kFile));
         return;
     }
     miniFrame->Refresh();
@@ -140,7 +140,7 @@ void refreshMiniFrame()
 
 int CDeviceMgrService::Notify(unsigned int type, NotifyParam /*wParam*/, NotifyParam /*lParam*/)
 {
-    qDebug("%s: %s: %s: called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: called", DM_TRACE_ARGS(kFile));
     switch (type) {
     case NTF_CALL_INCOMING:
     case NTF_CALL_OUTGOING:
@@ -151,7 +151,7 @@ int CDeviceMgrService::Notify(unsigned int type, NotifyParam /*wParam*/, NotifyP
         m_bCallActive = false;
         break;
     case NTF_FRAME_SHOWN:
-        qDebug("%s : %s : %s : got notification NTF_FRAME_SHOWN", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : got notification NTF_FRAME_SHOWN", DM_TRACE_ARGS(kFile));
         handleFrameShown();
         break;
     case NTF_LANGUAGE_CHANGED:
@@ -180,16 +180,16 @@ void CDeviceMgrService::handleFrameShown()
     _UTPS_EN_DEVICE_STATUS status = DEVICE_STATUS_NO_DEVICE;
     if (m_pUILogic->GetDeviceStatus(status) == DEVMGR_RESULT_SUCCESS &&
         status == DEVICE_STATUS_AVAILABLE) {
-        qDebug("%s : %s : %s :DEVICE_STATUS_AVAILABLE. m_bDeviceAvialable = true",
-               DM_TRACE_AS("Notify"));
+        DM_DEBUG("%s : %s : %s :DEVICE_STATUS_AVAILABLE. m_bDeviceAvialable = true",
+                 DM_TRACE_AS("Notify"));
         m_bDeviceAvialable = true;
     }
     const _UTPS_ST_MULTI_DEVICE_INFO devices = m_pUILogic->GetDeviceInfo();
 
     if (m_pUILogic->GetSystemDevStatus() == DEVICE_STATUS_AVAILABLE) {
         if (m_bDeviceAvialable) {
-            qDebug("%s : %s : %s : DeviceInfoDlg =====> Show Main Window showInfo",
-                   DM_TRACE_AS("Notify"));
+            DM_DEBUG("%s : %s : %s : DeviceInfoDlg =====> Show Main Window showInfo",
+                     DM_TRACE_AS("Notify"));
             QString text = tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY"));
             showInfoDlg(text, kInfoShortMs);
         }
@@ -218,7 +218,7 @@ void CDeviceMgrService::InitOnMainFrameShow()
         showInvalidSimMsg();
     }
     if (!m_pUILogic) {
-        qDebug("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
+        DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         return;
     }
     if (m_nPinStatus == kPinStatusDisabled && m_pUILogic->GetSimStatus() == kSimStatusNoPinStep)
@@ -238,8 +238,8 @@ void CDeviceMgrService::handleSIMOnFramelaunchedEvent()
 
 void CDeviceMgrService::showInvalidSimMsg()
 {
-    qDebug("%s : %s : %s : ,called", DM_TRACE_ARGS(kFile));
-    qDebug("%s : %s : %s : DeviceInfoDlg =====> Sim Invalid hideInfo", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : ,called", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : DeviceInfoDlg =====> Sim Invalid hideInfo", DM_TRACE_ARGS(kFile));
     hideInfoDlg();
     closeAllPopups(false);
     initMainMenuObj();
@@ -253,8 +253,8 @@ void CDeviceMgrService::showInvalidSimMsg()
             CommonUtils::GetSettings(QStringLiteral("customize"), QStringLiteral("uimtype"));
         int productType = kProductTypeUnknown;
         const int result = UTPS_DevSrv_GetProductType(&productType);
-        qDebug("=======> %s: %s: %s: UTPS_DevSrv_GetProductType(%d) returned %li:",
-               DM_TRACE_ARGS(kFile), productType, static_cast<long>(result));
+        DM_DEBUG("=======> %s: %s: %s: UTPS_DevSrv_GetProductType(%d) returned %li:",
+                 DM_TRACE_ARGS(kFile), productType, static_cast<long>(result));
         QString cardWord;
         if (productType == kProductTypeUim)
             cardWord = uimType.isEmpty() ? QStringLiteral("UIM") : uimType;
@@ -268,7 +268,7 @@ void CDeviceMgrService::showInvalidSimMsg()
                              tr(QStringLiteral("IDS_MAINFRM_PROMPT")), text, QString(), QString(),
                              QString(), true, kMessageFlags);
     m_bMsgBoxShown = false;
-    qDebug("%s : %s : %s : ,Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : ,Exit", DM_TRACE_ARGS(kFile));
 }
 
 // ---------------------------------------------------------------------------
@@ -280,7 +280,7 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
     if (!isInitEvent(event))
         return;
     if (CommonUtils::IsShuttingDown()) {
-        qDebug("%s : %s : %s : signals ignored: App Shutting down ", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : signals ignored: App Shutting down ", DM_TRACE_ARGS(kFile));
         return;
     }
     switch (event) {
@@ -302,13 +302,13 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
     case UTPS_EVENT_DEV_DEVICE_NO_PIN: {
         E_DEVMGR_PIN_STATE state = DEVMGR_PIN_READY;
         if (m_pUILogic && m_pUILogic->GetPinStatus(&state) == DEVMGR_RESULT_SUCCESS) {
-            qDebug("%s : %s : %s : GetPinStatus success", DM_TRACE_ARGS(kFile));
+            DM_DEBUG("%s : %s : %s : GetPinStatus success", DM_TRACE_ARGS(kFile));
             m_nPinStatus = m_pUILogic->PinStatus();
         }
         break;
     }
     case UTPS_EVENT_DEV_DEVICE_INIT_FINISH:
-        qDebug("%s : %s : %s :Entered", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :Entered", DM_TRACE_ARGS(kFile));
         handleInitFinish();
         break;
     case UTPS_EVENT_DEV_INIT_RESET:
@@ -327,11 +327,11 @@ void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
 void CDeviceMgrService::handleInitSuccess()
 {
     m_bDeviceAvialable = true;
-    qDebug("%s : %s : %s : got event(UTPS_EVENT_DEV_INIT_SUCCESS)",
-           DM_TRACE_AS("deviceMgrInitEventHandler"));
+    DM_DEBUG("%s : %s : %s : got event(UTPS_EVENT_DEV_INIT_SUCCESS)",
+             DM_TRACE_AS("deviceMgrInitEventHandler"));
     if (m_bValidSim) {
-        qDebug("%s : %s : %s : close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)",
-               DM_TRACE_AS("deviceMgrInitEventHandler"));
+        DM_DEBUG("%s : %s : %s : close all popup(UTPS_EVENT_DEV_INIT_SUCCESS)",
+                 DM_TRACE_AS("deviceMgrInitEventHandler"));
         closeAllPopups(false);
     }
     initMainMenuObj();
@@ -350,13 +350,13 @@ void CDeviceMgrService::handleInitFinish()
     if (m_pUILogic)
         m_pUILogic->GetDeviceStatus(status);
     if (status != DEVICE_STATUS_AVAILABLE) {
-        qDebug("%s : %s : %s :DEVICE_STATUS_AVAILABLE != enDevStatus",
-               DM_TRACE_AS("deviceMgrInitEventHandler"));
+        DM_DEBUG("%s : %s : %s :DEVICE_STATUS_AVAILABLE != enDevStatus",
+                 DM_TRACE_AS("deviceMgrInitEventHandler"));
         return;
     }
     m_bValidPinState = true;
     m_bDeviceAvialable = true;
-    qDebug("%s : %s : %s : Exit", DM_TRACE_AS("deviceMgrInitEventHandler"));
+    DM_DEBUG("%s : %s : %s : Exit", DM_TRACE_AS("deviceMgrInitEventHandler"));
 }
 
 void CDeviceMgrService::handleInitReset()
@@ -373,7 +373,7 @@ void CDeviceMgrService::handleInitReset()
 
 void CDeviceMgrService::onDeviceInitFinishHandler()
 {
-    qDebug("%s : %s : %s : UTPS_EVENT_DEV_DEVICE_INIT_FINISH recieved", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : UTPS_EVENT_DEV_DEVICE_INIT_FINISH recieved", DM_TRACE_ARGS(kFile));
     _UTPS_EN_DEVICE_STATUS status = DEVICE_STATUS_NO_DEVICE;
     if (m_pUILogic)
         m_pUILogic->GetDeviceStatus(status);
@@ -381,7 +381,7 @@ void CDeviceMgrService::onDeviceInitFinishHandler()
         return;
     if (status == DEVICE_STATUS_AVAILABLE && m_pWin7Thread &&
         m_pWin7Thread->isDeviceInitFinished()) {
-        qDebug("%s : %s : %s : Win 7 thread initialized. Check PIN ", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : Win 7 thread initialized. Check PIN ", DM_TRACE_ARGS(kFile));
         checkPIN();
     }
     initMainMenuObj();
@@ -393,9 +393,10 @@ void CDeviceMgrService::onDeviceInitFinishHandler()
 
 void CDeviceMgrService::deviceMgrEventHandler(qint32 event)
 {
-    qDebug("%s : %s : %s : ,called", DM_TRACE_ARGS(kFile));
+    noteEventTakenUp();
+    DM_DEBUG("%s : %s : %s : ,called", DM_TRACE_ARGS(kFile));
     if (CommonUtils::IsShuttingDown()) {
-        qDebug("%s : %s : %s : Events ignored: App Shutting down ", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : Events ignored: App Shutting down ", DM_TRACE_ARGS(kFile));
         return;
     }
     switch (event) {
@@ -409,32 +410,32 @@ void CDeviceMgrService::deviceMgrEventHandler(qint32 event)
         handleDevChangeEvent();
         break;
     case UTPS_EVENT_DEV_ACTIVE:
-        qDebug("%s : %s : %s :UTPS_EVENT_DEV_ACTIVE", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :UTPS_EVENT_DEV_ACTIVE", DM_TRACE_ARGS(kFile));
         initMainMenuObj();
         refreshMenu(m_pMainMenu);
         handleDevDetectEvent();
         break;
     case UTPS_EVENT_DEV_REJECT:
-        qDebug("%s : %s : %s : %d Device event (UTPS_EVENT_DEV_REJECT)", DM_TRACE_ARGS(kFile),
-               event);
+        DM_DEBUG("%s : %s : %s : %d Device event (UTPS_EVENT_DEV_REJECT)", DM_TRACE_ARGS(kFile),
+                 event);
         deviceMgrEventSwich(true);
         break;
     case UTPS_EVENT_DEV_SWITCH:
-        qDebug("%s : %s : %s : %d Device event (UTPS_EVENT_DEV_SWITCH)", DM_TRACE_ARGS(kFile),
-               event);
+        DM_DEBUG("%s : %s : %s : %d Device event (UTPS_EVENT_DEV_SWITCH)", DM_TRACE_ARGS(kFile),
+                 event);
         deviceMgrEventSwich(false);
         break;
     case UTPS_EVENT_DEV_DETECTED: {
-        qDebug("%s : %s : %s :UTPS_EVENT_DEV_DETECTED", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :UTPS_EVENT_DEV_DETECTED", DM_TRACE_ARGS(kFile));
         if (!m_pUILogic)
             break;
         const _UTPS_ST_MULTI_DEVICE_INFO devices = m_pUILogic->GetDeviceInfo();
         if (!m_pDlgChooseDev)
             break;
-        qDebug("%s : %s : %s :Choose device instance NOT null", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s :Choose device instance NOT null", DM_TRACE_ARGS(kFile));
         // The chooser waits for the main frame like every other window.
         if (devices.nDevNum > 1 && m_bFrameShown) {
-            qDebug("%s : %s : %s :call show choose device", DM_TRACE_ARGS(kFile));
+            DM_DEBUG("%s : %s : %s :call show choose device", DM_TRACE_ARGS(kFile));
             m_pDlgChooseDev->ShowChooseDlg(m_pParentWidget);
         }
         break;
@@ -446,10 +447,10 @@ void CDeviceMgrService::deviceMgrEventHandler(qint32 event)
         handleFPVerifyEvent();
         break;
     default:
-        qDebug("%s : %s : %s : ,Unknown event occured ", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : ,Unknown event occured ", DM_TRACE_ARGS(kFile));
         break;
     }
-    qDebug("%s : %s : %s : ,exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : ,exit", DM_TRACE_ARGS(kFile));
 }
 
 void CDeviceMgrService::deviceMgrEventSwich(bool showMessage)
@@ -458,7 +459,8 @@ void CDeviceMgrService::deviceMgrEventSwich(bool showMessage)
     m_nPrevProductType = m_nCurProductType;
     sendNotification(NTF_SIM_NOT_READY);
 
-    qDebug("%s : %s : %s :UTPS_EVENT_DEV_REJECT. m_bDeviceAvialable = false", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s :UTPS_EVENT_DEV_REJECT. m_bDeviceAvialable = false",
+             DM_TRACE_ARGS(kFile));
     m_bDeviceAvialable = false;
     m_bValidSim = true;
     m_bValidPinState = false;
@@ -486,7 +488,7 @@ void CDeviceMgrService::handleDevDetectEvent()
     markDeviceActive(__FUNCTION__, m_bDeviceAvialable, m_nCurProductType);
     if (!m_pUILogic || !m_bFrameShown)
         return;
-    qDebug("%s : %s : %s : DeviceInfoDlg =====> Device Change showInfo", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : DeviceInfoDlg =====> Device Change showInfo", DM_TRACE_ARGS(kFile));
     QString text = tr(QStringLiteral("IDS_DETECTE_DEVICE"));
     showInfoDlg(text, kInfoLongMs);
     m_pUILogic->GetDeviceInfo();
@@ -495,8 +497,8 @@ void CDeviceMgrService::handleDevDetectEvent()
     m_pDlgChooseDev->PopulateList();
     m_pUILogic->GetSystemDevStatus();
     refreshProductType();
-    qDebug("%s : %s : %s : second time ProductType : %s", DM_TRACE_ARGS(kFile),
-           numberText(m_nCurProductType).constData());
+    DM_DEBUG("%s : %s : %s : second time ProductType : %s", DM_TRACE_ARGS(kFile),
+             numberText(m_nCurProductType).constData());
 }
 
 void CDeviceMgrService::handleDevChangeEvent()
@@ -505,19 +507,20 @@ void CDeviceMgrService::handleDevChangeEvent()
     if (!m_pUILogic || !m_bFrameShown || !m_pDlgChooseDev)
         return;
     if (m_bValidSim) {
-        qDebug("%s : %s : %s : DeviceInfoDlg =====> Device Active showInfo", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s : %s : %s : DeviceInfoDlg =====> Device Active showInfo",
+                 DM_TRACE_ARGS(kFile));
         QString text = tr(QStringLiteral("IDS_INIT_DEV_UNDERWAY"));
         showInfoDlg(text, kInfoShortMs);
     }
     m_pDlgChooseDev->PopulateList();
     refreshProductType();
-    qDebug("%s : %s : %s : second time ProductType : %s", DM_TRACE_ARGS(kFile),
-           numberText(m_nCurProductType).constData());
+    DM_DEBUG("%s : %s : %s : second time ProductType : %s", DM_TRACE_ARGS(kFile),
+             numberText(m_nCurProductType).constData());
 }
 
 void CDeviceMgrService::handleSIMStateChangeEvent()
 {
-    qDebug("%s : %s : %s : Enter", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : Enter", DM_TRACE_ARGS(kFile));
     initMainMenuObj();
     refreshMenu(m_pMainMenu);
     if (isUsableSimWord(simStateWord())) {
@@ -525,8 +528,8 @@ void CDeviceMgrService::handleSIMStateChangeEvent()
         m_bValidPinState = true;
         return;
     }
-    qDebug("%s : %s : %s : send notification (UTPS_EVENT_DEV_SIM_STATE_CHANGE)",
-           DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s : %s : %s : send notification (UTPS_EVENT_DEV_SIM_STATE_CHANGE)",
+             DM_TRACE_ARGS(kFile));
     sendNotification(NTF_SIM_NOT_READY);
     m_bValidPinState = false;
 }
@@ -550,8 +553,8 @@ bool CDeviceMgrService::IsDeviceAvialable()
     _UTPS_EN_DEVICE_STATUS status = DEVICE_STATUS_NO_DEVICE;
     const int result = UTPS_DevSrv_GetDevStatus(&status);
     if (result != UTPS_ERROR_SUCCESS)
-        qWarning("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error %li", DM_TRACE_ARGS(kFile),
-                 static_cast<long>(result));
+        DM_WARNING("%s : %s : %s : UTPS_DevSrv_GetDevStatus returned error %li",
+                   DM_TRACE_ARGS(kFile), static_cast<long>(result));
     const bool available = result == UTPS_ERROR_SUCCESS &&
                            (status == DEVICE_STATUS_CONNECTED || status == DEVICE_STATUS_AVAILABLE);
     m_bDeviceAvialable = available;
@@ -562,32 +565,32 @@ bool CDeviceMgrService::IsValidSim()
 {
     // Through the interface, so that an override is honoured.
     const bool available = static_cast<IDeviceMgr*>(this)->IsDeviceAvialable();
-    qDebug("%s : %s : %s : m_bDeviceAvialable = %d", DM_TRACE_ARGS(kFile),
-           static_cast<int>(m_bDeviceAvialable));
+    DM_DEBUG("%s : %s : %s : m_bDeviceAvialable = %d", DM_TRACE_ARGS(kFile),
+             static_cast<int>(m_bDeviceAvialable));
     if (!available)
         return false;
-    qDebug("%s : %s : %s : m_bValidSim = %d, m_bValidPinState = %d", DM_TRACE_ARGS(kFile),
-           static_cast<int>(m_bValidSim), static_cast<int>(m_bValidPinState));
+    DM_DEBUG("%s : %s : %s : m_bValidSim = %d, m_bValidPinState = %d", DM_TRACE_ARGS(kFile),
+             static_cast<int>(m_bValidSim), static_cast<int>(m_bValidPinState));
     return m_pUILogic && m_bValidSim && m_bValidPinState;
 }
 
 void CDeviceMgrService::StartDetectDevice()
 {
-    qDebug("%s: %s: UTPS_DevSrv_DetectDevice called", kFile, __FUNCTION__);
+    DM_DEBUG("%s: %s: UTPS_DevSrv_DetectDevice called", kFile, __FUNCTION__);
     if (UTPS_DevSrv_DetectDevice() != UTPS_ERROR_SUCCESS)
-        qWarning("%s: %s: UTPS_DevSrv_DetectDevice failed", kFile, __FUNCTION__);
+        DM_WARNING("%s: %s: UTPS_DevSrv_DetectDevice failed", kFile, __FUNCTION__);
     // Written after a failure too: the result of a detection arrives as
     // events, and the trace has always shown both lines.
-    qDebug("%s: %s: UTPS_DevSrv_DetectDevice success", kFile, __FUNCTION__);
+    DM_DEBUG("%s: %s: UTPS_DevSrv_DetectDevice success", kFile, __FUNCTION__);
 }
 
 void CDeviceMgrService::ShowChooseDevice()
 {
-    qDebug("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Entered", DM_TRACE_ARGS(kFile));
     if (!m_pDlgChooseDev) {
-        qDebug("%s: %s: %s: m_pDlgChooseDev is NULL", DM_TRACE_ARGS(kFile));
+        DM_DEBUG("%s: %s: %s: m_pDlgChooseDev is NULL", DM_TRACE_ARGS(kFile));
         m_pDlgChooseDev = new ChooseDevice();
     }
     m_pDlgChooseDev->ShowChooseDlg(m_pParentWidget);
-    qDebug("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
+    DM_DEBUG("%s: %s: %s: Exit", DM_TRACE_ARGS(kFile));
 }

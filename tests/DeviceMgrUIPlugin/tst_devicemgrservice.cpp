@@ -14,7 +14,9 @@
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
 #include <optional>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -201,6 +203,37 @@ private slots:
         QCOMPARE(logic->StoredDeviceInfo().nDevNum, 0);
         QVERIFY(host.waitForEvents());
         QCOMPARE(logic->StoredDeviceInfo().nDevNum, 1);
+    }
+    // A storm from the SDK while the GUI thread is busy: the SDK's thread is
+    // held back instead of queueing without bound, but never for long, and
+    // every event is handled, in order, once the GUI thread gets to them.
+    void aStormWaitsForTheGuiThreadButNotForEver()
+    {
+        HostFixture host;
+        CDeviceMgrService* service = host.startService();
+        QVERIFY(host.waitForEvents());
+        TraceCapture trace;
+        Received received(service);
+        constexpr int kEvents = 3000;
+        std::atomic<int> sent{0};
+        std::thread sdk([&] {
+            for (int i = 0; i < kEvents; ++i) {
+                CDeviceMgrService::OnDevMgrEventsCB(7000 + i, nullptr);
+                sent.fetch_add(1);
+            }
+        });
+        QThread::msleep(100); // the GUI thread takes nothing up meanwhile
+        const int sentWhileBusy = sent.load();
+        QThread::msleep(1000); // busy for longer than the SDK's thread waits
+        const int sentLater = sent.load();
+        QTRY_COMPARE(sent.load(), kEvents); // the GUI thread takes them up
+        sdk.join();
+        QVERIFY2(sentWhileBusy >= 256 && sentWhileBusy <= 600,
+                 qPrintable(QString::number(sentWhileBusy)));
+        QCOMPARE(sentLater, kEvents);
+        QTRY_COMPARE(received.seen.size(), kEvents);
+        for (int i = 0; i < kEvents; ++i)
+            QCOMPARE(received.seen[i], QString::number(7000 + i));
     }
     void eventsDroppedAfterAboutToQuit()
     {
