@@ -33,9 +33,14 @@ void CommonUtils::SetSettings(const QString& group, const QString& key, const QS
     {
         QSettings settings(SettingsFile(), QSettings::IniFormat);
         settings.beginGroup(group);
-        settings.setValue(key, value);
+        // Writing is a sync to disk of the whole file, milliseconds on the
+        // path from a plug to the PIN prompt: only when something changes.
+        const bool unchanged = settings.contains(key) && settings.value(key).toString() == value;
+        if (!unchanged)
+            settings.setValue(key, value);
         settings.endGroup();
-        settings.sync();
+        if (!unchanged)
+            settings.sync();
         if (settings.status() != QSettings::NoError)
             qWarning("CommonUtils::SetSettings: cannot write %s/%s to %s", qPrintable(group),
                      qPrintable(key), qPrintable(SettingsFile()));

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QSemaphore>
 #include <QSettings>
 #include <QSignalSpy>
@@ -78,6 +79,23 @@ private slots:
             QSettings ini(CommonUtils::SettingsFile(), QSettings::IniFormat);
             QCOMPARE(ini.value("customize/simtype").toString(), value);
         }
+        // The same value again leaves the file alone (no rewrite, no sync to
+        // disk) but is still reported.
+        const auto changedAt = [] {
+            return QFileInfo(CommonUtils::SettingsFile())
+                .fileTime(QFileDevice::FileMetadataChangeTime);
+        };
+        const QDateTime before = changedAt();
+        QThread::msleep(20);
+        QStringList reported;
+        CommonUtils::SetSettingsObserver(
+            [&](const QString& group, const QString& key, const QString& value) {
+                reported << group + "/" + key + "=" + value;
+            });
+        CommonUtils::SetSettings("customize", "simtype", "");
+        CommonUtils::SetSettingsObserver({});
+        QCOMPARE(changedAt(), before);
+        QCOMPARE(reported, QStringList{"customize/simtype="});
         // A yes/no setting is on when it holds a "y" in either case.
         QVERIFY(CommonUtils::IsYes("Yes") && CommonUtils::IsYes("ANY"));
         QVERIFY(!CommonUtils::IsYes("no") && !CommonUtils::IsYes(QString()));
