@@ -147,7 +147,7 @@ public:
     void clearCallLog();
     // Told of every C API call as it returns, on the caller's thread.
     void setCallObserver(std::function<void(const CallRecord&)> observer);
-    // Told of every event as it is delivered, on the SDK thread.
+    // Told of every event as it is about to be delivered, on the SDK thread.
     void setEventObserver(std::function<void(int code)> observer);
 
     // Blocks until every queued event was delivered (or `timeoutMs` passed).

@@ -198,9 +198,9 @@ void VirtualCard::Private::workerLoop()
         delivering = true;
         lock.unlock();
 
-        callback(event.code, payload);
         if (observer)
             (*observer)(event.code);
+        callback(event.code, payload);
 
         lock.lock();
         delivering = false;
