@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+
 namespace {
 struct Run
 {
@@ -218,21 +220,37 @@ private slots:
         QCOMPARE(files.filter(QRegularExpression(R"(^\d\d-msgbox\.png$)")).size(), 1);
     }
 
+    // SIGTERM and SIGINT end the host as a quit would: the scenario is cut
+    // short, the plug-ins are destroyed, and the log holds every line up to
+    // the last one.
+    void terminationShutsDownInOrder_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGTERM") << int(SIGTERM);
+        QTest::newRow("SIGINT") << int(SIGINT);
+    }
     void terminationShutsDownInOrder()
     {
+        QFETCH(int, signal);
         const QString transcript = m_dir.filePath("endless.txt");
+        QTemporaryDir userData;
         QProcess process;
         process.start(LINKHOST_PATH, arguments(R"({"steps": [
             {"expect": "menu", "op": "never", "timeout": 60000}]})",
-                                               transcript));
+                                               transcript) +
+                                         QStringList{"--user-data", userData.path()});
         QTRY_VERIFY_WITH_TIMEOUT(find(readLines(transcript), "258 0 0") >= 0, 20000);
-        process.terminate();
+        QCOMPARE(::kill(pid_t(process.processId()), signal), 0);
         QVERIFY(process.waitForFinished(20000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 1);
         QVERIFY(QString::fromLocal8Bit(process.readAllStandardError())
                     .contains("the application quit before the scenario ended"));
         QVERIFY(find(readLines(transcript), "probe/OnDestroy = called") >= 0);
+        const QStringList log = readLines(userData.filePath("linkhost.log"));
+        QVERIFY(find(log, QString("linkhost: quitting on signal %1").arg(signal)) >= 0);
+        QVERIFY2(!log.isEmpty() && log.last().contains("linkhost: shut down"),
+                 qPrintable(log.join('\n')));
     }
 
 private:
