@@ -5,7 +5,7 @@ PRESET ?= default
 DEMO ?= scenarios/demo.json
 BUILD_DIR := build
 
-.PHONY: all deps configure build run test clean format
+.PHONY: all deps configure build run test bench clean format
 
 all: build
 
@@ -20,6 +20,12 @@ build: configure
 
 test: build
 	@ctest --preset $(PRESET)
+
+# Every benchmark, one line per measure. bench_pin_prompt needs the
+# ModemManager test bed's tools and says so when they are missing.
+BENCHES := bench_event_intake bench_prompt_latency bench_cold_start bench_pin_prompt
+bench: build
+	@for b in $(BENCHES); do $(BUILD_DIR)/bin/$$b || echo "$$b: failed"; done
 
 run: build
 	@DEMO=$(DEMO) bash tools/run-demo.sh

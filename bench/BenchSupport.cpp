@@ -1,6 +1,9 @@
 #include "BenchSupport.h"
 
+#include <QFile>
+
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -25,6 +28,15 @@ long peakRssKiB()
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss;
+}
+
+long residentKiB()
+{
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.value(1).toLong() * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 void silenceTrace()

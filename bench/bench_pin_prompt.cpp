@@ -37,7 +37,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr int kWaitMs = 20000;
 const QString kPinDialog = QStringLiteral("DeviceMgrUI_VerifyPINDlg");
 
 std::atomic<Clock::rep> g_shownAt{0};
@@ -55,11 +54,7 @@ double msBetween(Clock::rep from, Clock::rep to)
 
 double residentMiB()
 {
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return 0;
-    const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.value(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
+    return double(bench::residentKiB()) / 1024.0;
 }
 
 // The enter-PIN dialog coming on screen, and going.
@@ -115,18 +110,6 @@ Clock::rep lockedOnBusByDaemonLog(const QString& log, qint64* offset, double* lo
            std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(ago)).count();
 }
 
-// Asks `done` until it holds (once more after it did would be once too many).
-template <typename Predicate> bool waitFor(Predicate done)
-{
-    QDeadlineTimer deadline(kWaitMs);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
 // One prompt: `appear` makes the card appear, `start` tells when the clock
 // started, `vanish` takes the card away again. The latency in ms, or < 0.
 template <typename Appear, typename Start, typename Vanish>
@@ -134,11 +117,11 @@ double prompt(Appear appear, Start start, Vanish vanish)
 {
     g_shownAt = 0;
     appear();
-    const bool shown = waitFor([] { return g_shownAt != 0; });
+    const bool shown = bench::waitFor([] { return g_shownAt != 0; });
     const Clock::rep startedAt = shown ? start() : 0;
     const double ms = startedAt ? msBetween(startedAt, g_shownAt) : -1;
     vanish();
-    waitFor([] { return !g_shown; });
+    bench::waitFor([] { return !g_shown; });
     return ms;
 }
 
@@ -196,7 +179,7 @@ int modemManager(int runs, const QString& program)
     qputenv("UTPS_MM_BUS", bed.busAddress().toUtf8());
     // The backend alone: started and following the daemon, before the plug-in.
     const double before = residentMiB();
-    if (!waitFor([] { return utps::backendStatus().ready; })) {
+    if (!bench::waitFor([] { return utps::backendStatus().ready; })) {
         std::fprintf(stderr, "bench_pin_prompt: the backend did not reach the daemon\n");
         return 1;
     }
@@ -213,7 +196,7 @@ int modemManager(int runs, const QString& program)
             const auto locked = [&] {
                 Clock::rep at = 0;
                 double lockedAt = 0, exportedAt = 0;
-                waitFor([&] {
+                bench::waitFor([&] {
                     return (at = lockedOnBusByDaemonLog(log, &offset, &lockedAt, &exportedAt)) != 0;
                 });
                 return at;
