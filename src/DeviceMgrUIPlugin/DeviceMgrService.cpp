@@ -406,34 +406,13 @@ void CDeviceMgrService::releaseData()
     if (m_pFPTimer)
         m_pFPTimer->stop();
 
-    ExtendDialog* infoDialog = m_pdialogInfoDlg;
-    forgetInfoDlg();
-    delete infoDialog;
-
-    deleteAndNull(m_pdialogFPInfoDlg);
-    m_pwidgetFPInfoDlg = nullptr;
-    m_plabelFPInfoLabel = nullptr;
-    m_pFPlayoutVBox = nullptr;
-
-    deleteAndNull(m_pdialogVerifyPINDlg);
-    m_plabelVerifyPINTimes = m_plabelVerifyPIN = nullptr;
-    m_peditVerifyPINText = nullptr;
-    m_pbuttonVerifyPINOK = m_pbuttonVerifyPINCancel = nullptr;
-
-    deleteAndNull(m_pdialogPINDlg);
-    m_plabelPINTimes = m_plabelPIN = nullptr;
-    m_peditPINText = nullptr;
-    m_pbuttonPINOK = m_pbuttonPINCancel = nullptr;
-
-    deleteAndNull(m_pdialogModifyDlg);
-    m_plabelCurrPIN = m_plabelNewPIN = m_plabelConfirmPIN = m_plabelModTimes = nullptr;
-    m_peditCurrPINText = m_peditNewPINText = m_peditConfirmNewPINText = nullptr;
-    m_pbuttonModOK = m_pbuttonModCancel = nullptr;
-
-    deleteAndNull(m_pdialogPUKDlg);
-    m_plabelPUK = m_plabelPUKNewPIN = m_plabelPUKConfirmPIN = m_plabelPUKTimes = nullptr;
-    m_peditPUKText = m_peditPUKPINText = m_peditConfirmPUKPINText = nullptr;
-    m_pbuttonPUKOK = m_pbuttonPUKCancel = nullptr;
+    // Deleting a dialog clears the pointers to it and to its parts.
+    delete m_pdialogInfoDlg.data();
+    delete m_pdialogFPInfoDlg.data();
+    delete m_pdialogVerifyPINDlg.data();
+    delete m_pdialogPINDlg.data();
+    delete m_pdialogModifyDlg.data();
+    delete m_pdialogPUKDlg.data();
 
     deleteAndNull(m_pUILogic);
     DM_DEBUG("%s : %s : %s : destructor exit", DM_TRACE_ARGS(ServiceFile));

@@ -16,10 +16,18 @@
 
 #include <PluginInterfaces.h>
 
+#include "LineEdit.h"
+#include "SimDlg.h"
 #include <QMutex>
+
+#include <ExtendDialog.h>
+
+#include <QLabel>
 #include <QObject>
 #include <QPointer>
+#include <QPushButton>
 #include <QString>
+#include <QVBoxLayout>
 #include <QWidget>
 
 #include <atomic>
@@ -27,16 +35,10 @@
 class ChooseDevice;
 class DevCheckFPThread;
 class DeviceMgrWin7Thread;
-class ExtendDialog;
 class IMainMenuUI;
 class IPluginContainer;
-class LineEdit;
 class QCloseEvent;
-class QLabel;
-class QPushButton;
 class QTimer;
-class QVBoxLayout;
-class SimDlg;
 
 // Notification codes sent to the other plug-ins.
 enum
@@ -287,61 +289,65 @@ private:
     int m_nPinStatus = 8;
     QPointer<QWidget> m_pParentWidget;
 
+    // The dialogs and their parts. Held by QPointer: a dialog may be deleted
+    // by its parent window or by anyone else, and the pointers to it and to
+    // everything in it then clear themselves.
+
     // Information pop-up
-    ExtendDialog* m_pdialogInfoDlg = nullptr;
-    QWidget* m_pwidgetInfoDlg = nullptr;
-    QLabel* m_plabelInfoLabel = nullptr;
-    QVBoxLayout* m_playoutVBox = nullptr;
+    QPointer<ExtendDialog> m_pdialogInfoDlg;
+    QPointer<QWidget> m_pwidgetInfoDlg;
+    QPointer<QLabel> m_plabelInfoLabel;
+    QPointer<QVBoxLayout> m_playoutVBox;
     QTimer* m_pTimer = nullptr;
 
     // Enter-PIN dialog
-    SimDlg* m_pdialogVerifyPINDlg = nullptr;
-    QLabel* m_plabelVerifyPINTimes = nullptr;
-    QLabel* m_plabelVerifyPIN = nullptr;
-    LineEdit* m_peditVerifyPINText = nullptr;
-    QPushButton* m_pbuttonVerifyPINOK = nullptr;
-    QPushButton* m_pbuttonVerifyPINCancel = nullptr;
+    QPointer<SimDlg> m_pdialogVerifyPINDlg;
+    QPointer<QLabel> m_plabelVerifyPINTimes;
+    QPointer<QLabel> m_plabelVerifyPIN;
+    QPointer<LineEdit> m_peditVerifyPINText;
+    QPointer<QPushButton> m_pbuttonVerifyPINOK;
+    QPointer<QPushButton> m_pbuttonVerifyPINCancel;
 
     // Fingerprint prompt
-    ExtendDialog* m_pdialogFPInfoDlg = nullptr;
-    QWidget* m_pwidgetFPInfoDlg = nullptr;
-    QLabel* m_plabelFPInfoLabel = nullptr;
-    QVBoxLayout* m_pFPlayoutVBox = nullptr;
+    QPointer<ExtendDialog> m_pdialogFPInfoDlg;
+    QPointer<QWidget> m_pwidgetFPInfoDlg;
+    QPointer<QLabel> m_plabelFPInfoLabel;
+    QPointer<QVBoxLayout> m_pFPlayoutVBox;
     QTimer* m_pFPTimer = nullptr;
     std::atomic<bool> m_bFPLockPending{false};
     std::atomic<DevCheckFPThread*> m_pFPThread{nullptr};
 
     // Enable/disable PIN dialog
-    ExtendDialog* m_pdialogPINDlg = nullptr;
-    QLabel* m_plabelPINTimes = nullptr;
-    QLabel* m_plabelPIN = nullptr;
-    LineEdit* m_peditPINText = nullptr;
-    QPushButton* m_pbuttonPINOK = nullptr;
-    QPushButton* m_pbuttonPINCancel = nullptr;
+    QPointer<ExtendDialog> m_pdialogPINDlg;
+    QPointer<QLabel> m_plabelPINTimes;
+    QPointer<QLabel> m_plabelPIN;
+    QPointer<LineEdit> m_peditPINText;
+    QPointer<QPushButton> m_pbuttonPINOK;
+    QPointer<QPushButton> m_pbuttonPINCancel;
 
     // Change-PIN dialog
-    ExtendDialog* m_pdialogModifyDlg = nullptr;
-    QLabel* m_plabelCurrPIN = nullptr;
-    QLabel* m_plabelNewPIN = nullptr;
-    QLabel* m_plabelConfirmPIN = nullptr;
-    LineEdit* m_peditCurrPINText = nullptr;
-    LineEdit* m_peditNewPINText = nullptr;
-    LineEdit* m_peditConfirmNewPINText = nullptr;
-    QLabel* m_plabelModTimes = nullptr;
-    QPushButton* m_pbuttonModOK = nullptr;
-    QPushButton* m_pbuttonModCancel = nullptr;
+    QPointer<ExtendDialog> m_pdialogModifyDlg;
+    QPointer<QLabel> m_plabelCurrPIN;
+    QPointer<QLabel> m_plabelNewPIN;
+    QPointer<QLabel> m_plabelConfirmPIN;
+    QPointer<LineEdit> m_peditCurrPINText;
+    QPointer<LineEdit> m_peditNewPINText;
+    QPointer<LineEdit> m_peditConfirmNewPINText;
+    QPointer<QLabel> m_plabelModTimes;
+    QPointer<QPushButton> m_pbuttonModOK;
+    QPointer<QPushButton> m_pbuttonModCancel;
 
     // PUK dialog
-    SimDlg* m_pdialogPUKDlg = nullptr;
-    QLabel* m_plabelPUK = nullptr;
-    QLabel* m_plabelPUKNewPIN = nullptr;
-    QLabel* m_plabelPUKConfirmPIN = nullptr;
-    LineEdit* m_peditPUKText = nullptr;
-    LineEdit* m_peditPUKPINText = nullptr;
-    LineEdit* m_peditConfirmPUKPINText = nullptr;
-    QLabel* m_plabelPUKTimes = nullptr;
-    QPushButton* m_pbuttonPUKOK = nullptr;
-    QPushButton* m_pbuttonPUKCancel = nullptr;
+    QPointer<SimDlg> m_pdialogPUKDlg;
+    QPointer<QLabel> m_plabelPUK;
+    QPointer<QLabel> m_plabelPUKNewPIN;
+    QPointer<QLabel> m_plabelPUKConfirmPIN;
+    QPointer<LineEdit> m_peditPUKText;
+    QPointer<LineEdit> m_peditPUKPINText;
+    QPointer<LineEdit> m_peditConfirmPUKPINText;
+    QPointer<QLabel> m_plabelPUKTimes;
+    QPointer<QPushButton> m_pbuttonPUKOK;
+    QPointer<QPushButton> m_pbuttonPUKCancel;
 
     bool m_bInitialising = false;
     bool m_bFrameShown = false;

@@ -179,16 +179,6 @@ int CDeviceMgrService::createVerifyPINDlg()
     connect(dialog, SIGNAL(closeEvent(QCloseEvent*)), this, SLOT(onCloseDialog(QCloseEvent*)));
     connect(field, SIGNAL(customContextMenuRequested(QPoint)), this,
             SLOT(showVerifyPinContextMenu(QPoint)));
-    connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogVerifyPINDlg != dialog)
-            return;
-        m_pdialogVerifyPINDlg = nullptr;
-        m_plabelVerifyPINTimes = nullptr;
-        m_plabelVerifyPIN = nullptr;
-        m_peditVerifyPINText = nullptr;
-        m_pbuttonVerifyPINOK = nullptr;
-        m_pbuttonVerifyPINCancel = nullptr;
-    });
     DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
@@ -234,17 +224,6 @@ int CDeviceMgrService::createPINDlg()
     connect(dialog, SIGNAL(closeEvent(QCloseEvent*)), this, SLOT(onCloseDialog(QCloseEvent*)));
     connect(field, SIGNAL(customContextMenuRequested(QPoint)), this,
             SLOT(showPinContextMenu(QPoint)));
-    // The host's main window owns this dialog and may go first.
-    connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogPINDlg != dialog)
-            return;
-        m_pdialogPINDlg = nullptr;
-        m_plabelPINTimes = nullptr;
-        m_plabelPIN = nullptr;
-        m_peditPINText = nullptr;
-        m_pbuttonPINOK = nullptr;
-        m_pbuttonPINCancel = nullptr;
-    });
     DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
 }
@@ -268,20 +247,6 @@ int CDeviceMgrService::createPUKDlg()
     // The content widget goes in first: the fields are built inside it.
     dialog->AddMainWidget(content);
     m_pdialogPUKDlg = dialog;
-    connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogPUKDlg != dialog)
-            return;
-        m_pdialogPUKDlg = nullptr;
-        m_plabelPUK = nullptr;
-        m_plabelPUKNewPIN = nullptr;
-        m_plabelPUKConfirmPIN = nullptr;
-        m_peditPUKText = nullptr;
-        m_peditPUKPINText = nullptr;
-        m_peditConfirmPUKPINText = nullptr;
-        m_plabelPUKTimes = nullptr;
-        m_pbuttonPUKOK = nullptr;
-        m_pbuttonPUKCancel = nullptr;
-    });
 
     if (createInternalPUKLayouts() != 0) {
         m_pdialogPUKDlg = nullptr;
@@ -379,20 +344,6 @@ int CDeviceMgrService::createModifyDlg()
     dialog->setWindowTitle(text("IDS_MAINFRM_PIN_CHANGE_WINDOWSTXT"));
     dialog->AddMainWidget(content);
     m_pdialogModifyDlg = dialog;
-    connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogModifyDlg != dialog)
-            return;
-        m_pdialogModifyDlg = nullptr;
-        m_plabelCurrPIN = nullptr;
-        m_plabelNewPIN = nullptr;
-        m_plabelConfirmPIN = nullptr;
-        m_peditCurrPINText = nullptr;
-        m_peditNewPINText = nullptr;
-        m_peditConfirmNewPINText = nullptr;
-        m_plabelModTimes = nullptr;
-        m_pbuttonModOK = nullptr;
-        m_pbuttonModCancel = nullptr;
-    });
 
     if (setTextCreateModifyDlg() != 0 || setButtonsCreateModifyDlg() != 0) {
         m_pdialogModifyDlg = nullptr;

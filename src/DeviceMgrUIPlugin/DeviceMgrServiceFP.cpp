@@ -85,9 +85,11 @@ void startPromptTimer(QTimer* timer, QObject* service)
     QObject::connect(timer, SIGNAL(timeout()), service, SLOT(onFPTimerOut()), Qt::UniqueConnection);
 }
 
-// Closes the prompt, forgets it and its parts (they die with it) and lets
-// the thread hand on what it held back.
-void releaseFPPrompt(ExtendDialog*& dialog, QWidget*& widget, QLabel*& label, QVBoxLayout*& layout,
+// Closes the prompt, forgets it and its parts at once (they die with it, but
+// only later, and a new prompt may be made before) and lets the thread hand
+// on what it held back.
+void releaseFPPrompt(QPointer<ExtendDialog>& dialog, QPointer<QWidget>& widget,
+                     QPointer<QLabel>& label, QPointer<QVBoxLayout>& layout,
                      DevCheckFPThread* thread)
 {
     dialog->close();

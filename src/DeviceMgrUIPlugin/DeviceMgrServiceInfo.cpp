@@ -113,12 +113,6 @@ int CDeviceMgrService::createInfoDlg()
     m_plabelInfoLabel = label;
     m_playoutVBox = layout;
 
-    // The parent window may go first (the host tears down its main window);
-    // forget a dialog that is gone, but never a newer one built since.
-    connect(dialog, &QObject::destroyed, this, [this, dialog]() {
-        if (m_pdialogInfoDlg == dialog)
-            forgetInfoDlg();
-    });
     return 0;
 }
 

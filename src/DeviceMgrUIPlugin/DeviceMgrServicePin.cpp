@@ -72,7 +72,7 @@ void closeWithoutAsking(SimDlg* dialog)
 
 // Forgets `dialog` now and deletes it once control is back in the event loop
 // (the click that brought us here may come from one of its buttons).
-template <typename Dialog> void discardDialog(Dialog*& dialog)
+template <typename Dialog> void discardDialog(QPointer<Dialog>& dialog)
 {
     if (!dialog)
         return;
@@ -84,7 +84,8 @@ template <typename Dialog> void discardDialog(Dialog*& dialog)
 
 // Puts a freshly built dialog in place of `dialog`; false when `create` could
 // not build it.
-template <typename Dialog, typename Create> bool replaceDialog(Dialog*& dialog, Create create)
+template <typename Dialog, typename Create>
+bool replaceDialog(QPointer<Dialog>& dialog, Create create)
 {
     discardDialog(dialog);
     return create() == 0 && dialog;

@@ -64,11 +64,49 @@ class tst_PinDialogs : public QObject
         return m_service->pinDialog();
     }
 
+    QDialog* current(const QString& which) const
+    {
+        if (which == "verify")
+            return m_service->verifyPinDialog();
+        if (which == "puk")
+            return m_service->pukDialog();
+        if (which == "modify")
+            return m_service->modifyDialog();
+        return m_service->pinDialog();
+    }
+
 private slots:
     void cleanup()
     {
         m_service = nullptr;
         m_host.reset();
+    }
+
+    // A dialog deleted by someone else (its parent window going away): the
+    // service forgets it, and the same request opens a working new one.
+    void aDialogDeletedElsewhereIsForgotten_data()
+    {
+        QTest::addColumn<QString>("which");
+        for (const char* which : {"verify", "puk", "modify", "enable"})
+            QTest::newRow(which) << which;
+    }
+    void aDialogDeletedElsewhereIsForgotten()
+    {
+        QFETCH(QString, which);
+        QDialog* dialog = open(which, which == "puk" ? 0 : 3);
+        QVERIFY(dialog && dialog->isVisible());
+        delete dialog;
+        QVERIFY(!current(which));
+        which == "verify"   ? m_service->VerifyPIN()
+        : which == "puk"    ? m_service->UnlockPIN()
+        : which == "modify" ? m_service->ModifyPIN()
+                            : m_service->EnablePIN();
+        QDialog* again = current(which);
+        QVERIFY(again && again != dialog && again->isVisible());
+        auto* field = again->findChild<LineEdit*>();
+        QVERIFY(field);
+        QTest::keyClicks(field, "1234");
+        QCOMPARE(field->text(), QString("1234"));
     }
 
     void fieldsTakeEightDigitsAndNothingElse_data()
