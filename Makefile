@@ -5,7 +5,7 @@ PRESET ?= default
 DEMO ?= scenarios/demo.json
 BUILD_DIR := build
 
-.PHONY: all deps configure build run test bench clean format
+.PHONY: all deps configure build run test bench clean format format-check
 
 all: build
 
@@ -30,8 +30,12 @@ bench: build
 run: build
 	@DEMO=$(DEMO) bash tools/run-demo.sh
 
-format:
+format: deps
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+# Fails on any file clang-format would change (CI runs it).
+format-check: deps
+	@git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 
 clean:
 	@rm -rf build build-asan build-tsan

@@ -9,6 +9,8 @@ packages=(
     # clang for the sanitizer builds (its undefined-behaviour checks include
     # enumeration loads, which gcc's lack) and libFuzzer for the fuzz targets.
     clang libclang-rt-14-dev
+    # make format and the formatting check of CI.
+    clang-format
     # The SDK's modemmanager backend (libmm-glib forgets to depend on GLib's
     # headers), and the real daemon with a private bus for its tests.
     libmm-glib-dev libglib2.0-dev

@@ -27,7 +27,7 @@ class LogFile
 public:
     struct Limits
     {
-        qint64 fileBytes = 10 * 1024 * 1024;     // rotate past this size
+        qint64 fileBytes = 10 * 1024 * 1024; // rotate past this size
         qsizetype bufferBytes = 1024 * 1024; // the writer's backlog, at most
         // The writer collects lines for gatherMs, or until it has batchBytes.
         int gatherMs = 20;

@@ -16,7 +16,7 @@ namespace utps {
 
 struct BackendStatus
 {
-    std::string backend; // "sim", "modemmanager", or the unknown name asked for
+    std::string backend;  // "sim", "modemmanager", or the unknown name asked for
     bool ready = false;   // the backend can reach devices now
     std::string message;  // for a person: what it talks to, or what is wrong
     bool pending = false; // not ready yet, but no fault: another status follows
