@@ -5,7 +5,7 @@
 #pragma once
 
 #include "HostSiblings.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 
 #include <QMainWindow>
 

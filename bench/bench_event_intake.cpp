@@ -16,7 +16,7 @@
 #include "DeviceMgrService.h"
 #include "HostLog.h"
 #include "HostSiblings.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 
 #include <CommonUtils.h>
 #include <Startup.h>

@@ -16,7 +16,8 @@ set(LINK_TEST_ENVIRONMENT
 function(link_add_qtest name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} link_warnings)
+    # Tests drive the virtual card: the SDK's control API is theirs.
+    target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} utps_control link_warnings)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${LINK_TEST_ENVIRONMENT}")
 endfunction()

@@ -7,16 +7,16 @@
 #include "HostTranslator.h"
 #include "MainWindow.h"
 #include "NotificationNames.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 #include "QuitOnSignal.h"
 #include "RecordMatcher.h"
 #include "ScenarioRunner.h"
-#include "SdkHost.h"
+#include <SdkHost.h>
 #include "Startup.h"
 #include "Transcript.h"
 #include "VirtualCardPanel.h"
 #include "WindowWatcher.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <utps.h>
 

@@ -1,6 +1,6 @@
 #include "HostSiblings.h"
 
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 
 HostSiblings::HostSiblings(PluginContainer* container, QObject* parent)
     : QObject(parent), m_notify(new NotifyServicePlugin(this)),

@@ -3,7 +3,7 @@
 // reported (exit 2) instead of half played.
 #pragma once
 
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QJsonObject>
 #include <QList>

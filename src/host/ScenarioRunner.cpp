@@ -5,8 +5,9 @@
 #include "NotifyServicePlugin.h"
 #include "RecordMatcher.h"
 #include "Transcript.h"
+#include "UserInput.h"
 #include "WidgetFinder.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -22,7 +23,6 @@
 #include <QRadioButton>
 #include <QStyle>
 #include <QStyleOptionButton>
-#include <QTest>
 #include <QThread>
 
 namespace {
@@ -338,11 +338,11 @@ QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* t
         auto* edit = qobject_cast<QLineEdit*>(target);
         giveFocus(edit);
         edit->end(false);
-        QTest::keyClicks(edit, stringOf(step.json, "text"));
+        UserInput::type(edit, stringOf(step.json, "text"));
         return QString();
     }
     if (action == QLatin1String("click")) {
-        QTest::mouseClick(target, Qt::LeftButton, Qt::NoModifier, clickPoint(target));
+        UserInput::click(target, clickPoint(target));
         return QString();
     }
     if (action == QLatin1String("key")) {
@@ -351,7 +351,7 @@ QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* t
         giveFocus(target);
         const Qt::Key key = sequence[0].key();
         const Qt::KeyboardModifiers modifiers = sequence[0].keyboardModifiers();
-        QTest::sendKeyEvent(QTest::Click, target, key, keyText(key, modifiers), modifiers);
+        UserInput::key(target, key, modifiers, keyText(key, modifiers));
         return QString();
     }
     // "close": as the window's own close button would.

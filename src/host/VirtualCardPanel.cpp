@@ -1,7 +1,7 @@
 #include "VirtualCardPanel.h"
 
 #include "CommonUtils.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QCheckBox>
 #include <QEvent>

@@ -2,7 +2,7 @@
 // its selection rule and disposal on every way out.
 #include "DeviceMgrChooseDevice.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QtTest>
 #include <QtWidgets>

@@ -5,7 +5,7 @@
 #include "HostFixture.h"
 #include "TraceCapture.h"
 #include "Transcript.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <CommonUtils.h>
 

@@ -3,7 +3,7 @@
 #include "CardCalls.h"
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QtTest>
 

@@ -4,7 +4,7 @@
 #include "DeviceMgrUIPlugin.h"
 #include "HostFixture.h"
 #include "TraceCapture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 

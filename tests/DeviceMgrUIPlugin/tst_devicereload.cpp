@@ -4,7 +4,7 @@
 #include "DeviceMgrChooseDevice.h"
 #include "HostFixture.h"
 #include "Transcript.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QtTest>
 #include <QtWidgets>

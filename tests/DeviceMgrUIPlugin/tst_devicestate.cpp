@@ -6,7 +6,7 @@
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
 #include "Transcript.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 #include <CommonUtils.h>

@@ -2,7 +2,7 @@
 #include "DevCheckFPThread.h"
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 #include <ExtendDialog.h>

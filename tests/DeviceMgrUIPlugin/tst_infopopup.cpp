@@ -4,7 +4,7 @@
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
 #include "SimDlg.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <ExtendDialog.h>
 

@@ -1,7 +1,7 @@
 // The last used device, read from a record in the SDK's user data directory.
 #include "DeviceMgrService.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QtTest>
 

@@ -5,7 +5,7 @@
 #include "HostFixture.h"
 #include "LineEdit.h"
 #include "SimDlg.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 

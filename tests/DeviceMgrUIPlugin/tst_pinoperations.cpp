@@ -2,7 +2,7 @@
 // rules, state mapping, retry counters and the result of every request.
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QSignalSpy>
 #include <QtTest>

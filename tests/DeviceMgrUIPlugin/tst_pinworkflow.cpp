@@ -6,7 +6,7 @@
 #include "HostFixture.h"
 #include "LineEdit.h"
 #include "SimDlg.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 #include <SiblingInterfaces.h>

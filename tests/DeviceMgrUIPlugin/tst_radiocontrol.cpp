@@ -2,7 +2,7 @@
 #include "DeviceMgrService.h"
 #include "DeviceMgrUILogic.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <SiblingInterfaces.h>
 

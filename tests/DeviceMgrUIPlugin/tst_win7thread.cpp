@@ -5,7 +5,7 @@
 #include "DeviceMgrService.h"
 #include "DeviceMgrWin7Thread.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QtTest>
 

@@ -1,6 +1,6 @@
 // The host's plug-in container: registrations, loading plug-in libraries, and
 // the reload map that picks plug-ins by device.
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 #include "SiblingInterfaces.h"
 #include "Startup.h"
 

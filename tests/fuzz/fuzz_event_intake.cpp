@@ -18,7 +18,7 @@
 #include "DeviceMgrService.h"
 #include "FuzzSupport.h"
 #include "HostFixture.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <utps.h>
 

@@ -6,7 +6,7 @@
 #include "FuzzSupport.h"
 #include "HostFixture.h"
 #include "Transcript.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <QFile>
 #include <QTemporaryDir>

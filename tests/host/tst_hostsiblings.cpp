@@ -1,5 +1,5 @@
 #include "HostSiblings.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 #include "Transcript.h"
 
 #include <QTest>

@@ -3,7 +3,7 @@
 // start-up flags. No locking and no events: VirtualCard does both.
 #pragma once
 
-#include "VirtualCard.h"
+#include "sim/VirtualCard.h"
 
 #include <utps.h>
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "CardModel.h"
-#include "VirtualCard.h"
+#include "sim/VirtualCard.h"
 
 #include <utps.h>
 

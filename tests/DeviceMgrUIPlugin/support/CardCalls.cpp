@@ -1,6 +1,6 @@
 #include "CardCalls.h"
 
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 int callCount(const std::string& function)
 {

@@ -4,9 +4,9 @@
 #include "DeviceMgrUILogic.h"
 #include "DeviceMgrUIPlugin.h"
 #include "HostSiblings.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 #include "Transcript.h"
-#include "sim/VirtualCard.h"
+#include <sim/VirtualCard.h>
 
 #include <Change.h>
 #include <Startup.h>

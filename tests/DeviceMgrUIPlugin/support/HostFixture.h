@@ -9,7 +9,7 @@
 #pragma once
 
 #include "HostSiblings.h"
-#include "PluginContainer.h"
+#include <PluginContainer.h>
 
 #include <CommonUtils.h>
 
