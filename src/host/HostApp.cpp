@@ -7,15 +7,15 @@
 #include "HostTranslator.h"
 #include "MainWindow.h"
 #include "NotificationNames.h"
-#include <PluginContainer.h>
 #include "QuitOnSignal.h"
 #include "RecordMatcher.h"
 #include "ScenarioRunner.h"
-#include <SdkHost.h>
 #include "Startup.h"
 #include "Transcript.h"
 #include "VirtualCardPanel.h"
 #include "WindowWatcher.h"
+#include <PluginContainer.h>
+#include <SdkHost.h>
 #include <sim/VirtualCard.h>
 
 #include <utps.h>

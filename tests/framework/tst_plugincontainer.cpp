@@ -1,8 +1,8 @@
 // The host's plug-in container: registrations, loading plug-in libraries, and
 // the reload map that picks plug-ins by device.
-#include <PluginContainer.h>
 #include "SiblingInterfaces.h"
 #include "Startup.h"
+#include <PluginContainer.h>
 
 #include <QFile>
 #include <QJsonArray>

@@ -1,6 +1,6 @@
 #include "HostSiblings.h"
-#include <PluginContainer.h>
 #include "Transcript.h"
+#include <PluginContainer.h>
 
 #include <QTest>
 

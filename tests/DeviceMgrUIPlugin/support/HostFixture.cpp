@@ -4,8 +4,8 @@
 #include "DeviceMgrUILogic.h"
 #include "DeviceMgrUIPlugin.h"
 #include "HostSiblings.h"
-#include <PluginContainer.h>
 #include "Transcript.h"
+#include <PluginContainer.h>
 #include <sim/VirtualCard.h>
 
 #include <Change.h>
