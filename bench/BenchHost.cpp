@@ -1,5 +1,6 @@
 #include "BenchHost.h"
 
+#include <DeviceMgrContract.h>
 #include <PluginInterfaces.h>
 #include <Startup.h>
 
@@ -10,9 +11,7 @@
 
 namespace bench {
 
-namespace {
-constexpr unsigned int kFrameShown = 258;
-} // namespace
+namespace {} // namespace
 
 Host::Host(const QString& module) : m_siblings(&m_container)
 {
@@ -34,7 +33,7 @@ Host::Host(const QString& module) : m_siblings(&m_container)
     }
     m_window.show();
     QCoreApplication::processEvents();
-    m_siblings.notifyService()->BroadcastNotify(kFrameShown, 0, 0);
+    m_siblings.notifyService()->BroadcastNotify(NTF_FRAME_SHOWN, 0, 0);
     QCoreApplication::processEvents();
 }
 

@@ -1,6 +1,6 @@
 // Cold start: loading the plug-in module, Init, ShowWindow and the host's
 // NTF_FRAME_SHOWN handled, against the host starting alone (container, the
-// built-in siblings, the main window shown and 258 broadcast to nobody).
+// built-in siblings, the main window shown and NTF_FRAME_SHOWN broadcast to nobody).
 // Each run loads its own copy of the module, so every load is a first load
 // (the container keeps libraries mapped). The resident memory the plug-in
 // adds is measured in child processes, one start each (host alone, host with

@@ -1,7 +1,7 @@
 // Prompt latency with the virtual card, the plug-in module loaded and started
 // as linkhost does it, tracing into a real log file (offscreen platform):
 //
-// - check-PIN: from the card's check-PIN event (6011) leaving the SDK to the
+// - check-PIN: from the card's check-PIN event (UTPS_EVENT_DEV_CHECK_PIN) leaving the SDK to the
 //   enter-PIN dialog on screen;
 // - plug: from a PIN-locked card being plugged to the information pop-up on
 //   screen.

@@ -7,6 +7,11 @@
 class QCloseEvent;
 class QVBoxLayout;
 
+// The frame of the message boxes and pop-ups: a window with a title and a
+// customised frame (0x2001001).
+inline constexpr Qt::WindowFlags MessageWindowFlags =
+    Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint;
+
 enum enWidgetType
 {
     WIDGET_TYPE_NORMAL = 0,

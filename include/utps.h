@@ -118,6 +118,13 @@ typedef struct _UTPS_ST_RF_SWITCH
 #define UTPS_PIN_STATUS_PUK_BLOCKED 4
 #define UTPS_PIN_STATUS_DISABLED 8
 
+/* A SIM status word (UTPS_DevSrv_GetSimStatus, UTPS_EVENT_DEV_SIM_STATE_CHANGE)
+ * from 1 to 254 is a usable SIM; 0, 255 and more (and a negative) are not. */
+static inline int UTPS_SimStatusUsable(long long word)
+{
+    return word >= 1 && word <= 254;
+}
+
 /* UTPS_DevSrv_UnblockPin: the PIN belongs to the system's WWAN service and the
  * calling process may not unblock it. */
 #define UTPS_ERROR_WWAN_PRIVILEGE 6000

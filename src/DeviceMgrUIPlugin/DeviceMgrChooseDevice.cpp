@@ -4,6 +4,7 @@
 
 #include <Change.h>
 #include <CommonUtils.h>
+#include <DeviceMgrContract.h>
 #include <IPluginContainer.h>
 #include <SiblingInterfaces.h>
 #include <Startup.h>
@@ -361,7 +362,7 @@ void ChooseDevice::ReloadPlugins(QString deviceName, bool bForce)
 
     // The receivers share our process and read both lists during the
     // notification, before anything is unloaded.
-    BroadCastNotify(585, reinterpret_cast<NotifyParam>(&m_lstChangedPlugins),
+    BroadCastNotify(NTF_PLUGINS_RELOADING, reinterpret_cast<NotifyParam>(&m_lstChangedPlugins),
                     reinterpret_cast<NotifyParam>(&m_lstUnloadPlugins));
 
     const QStringList unload = m_lstUnloadPlugins;

@@ -20,6 +20,7 @@
 #include "SimDlg.h"
 #include <QMutex>
 
+#include <DeviceMgrContract.h>
 #include <ExtendDialog.h>
 
 #include <QLabel>
@@ -39,34 +40,6 @@ class IMainMenuUI;
 class IPluginContainer;
 class QCloseEvent;
 class QTimer;
-
-// Notification codes sent to the other plug-ins.
-enum
-{
-    NTF_RF_OFF = 576,
-    NTF_RF_ON = 577,
-    NTF_SIM_READY = 578,
-    NTF_SIM_NOT_READY = 579,
-    NTF_RF_SWITCH_CHANGED = 580,
-    NTF_DEVICE_INIT_SUCCESS = 581,
-    NTF_MINIFRAME_DEVICE_STATE = 582,
-    NTF_DEVICE_CHANGE_BEGIN = 583,
-    NTF_DEVICE_CHANGE_END = 584,
-    NTF_PLUGINS_RELOADING = 585,
-    NTF_POWER_MGR = 854,
-    NTF_UPDATE_PINSTATUS = 1027,
-};
-
-// Host notifications received through Notify.
-enum
-{
-    NTF_FRAME_SHOWN = 258,
-    NTF_LANGUAGE_CHANGED = 320,
-    NTF_CALL_INCOMING = 784,
-    NTF_CALL_OUTGOING = 785,
-    NTF_CALL_CONNECTED = 786,
-    NTF_CALL_ENDED = 787,
-};
 
 class CDeviceMgrService : public QObject, public IDeviceMgr
 {

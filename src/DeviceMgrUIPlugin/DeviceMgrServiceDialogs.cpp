@@ -23,7 +23,6 @@ namespace {
 
 constexpr const char* kFile = DeviceMgrTrace::ServiceFile;
 
-constexpr int kWidgetCreateFailed = 13;
 constexpr int kMinPinLength = 4;
 constexpr int kPukLength = 8;
 constexpr int kMaxSecretLength = 8;
@@ -149,7 +148,7 @@ int CDeviceMgrService::createVerifyPINDlg()
     if (!dialog || !content || !tries || !prompt || !field || !ok || !cancel) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
     dialog->setObjectName(QStringLiteral("DeviceMgrUI_VerifyPINDlg"));
@@ -196,7 +195,7 @@ int CDeviceMgrService::createPINDlg()
     if (!dialog || !content || !tries || !prompt || !field || !ok || !cancel) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
     dialog->setObjectName(QStringLiteral("DeviceMgrUI_m_pdialogPINDlg"));
@@ -236,7 +235,7 @@ int CDeviceMgrService::createPUKDlg()
     if (!dialog || !content) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     dialog->setObjectName(QStringLiteral("DeviceMgrUI_dialogPUKDlg"));
     content->setObjectName(QStringLiteral("DeviceMgrUI_widgetPUKDlg"));
@@ -251,7 +250,7 @@ int CDeviceMgrService::createPUKDlg()
     if (createInternalPUKLayouts() != 0) {
         m_pdialogPUKDlg = nullptr;
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
     connect(m_peditPUKText, SIGNAL(textEdited(QString)), this, SLOT(onTextEdited(QString)));
@@ -277,7 +276,7 @@ int CDeviceMgrService::createInternalPUKLayouts()
     QWidget* content = m_pdialogPUKDlg ? m_pdialogPUKDlg->MainWidget() : nullptr;
     if (!content) {
         DM_WARNING("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     auto* pukLabel = makeLabel(content, "DeviceMgrUI_labelPUK");
     auto* newLabel = makeLabel(content, "DeviceMgrUI_labelNewPIN");
@@ -291,7 +290,7 @@ int CDeviceMgrService::createInternalPUKLayouts()
     if (!pukLabel || !newLabel || !confirmLabel || !puk || !newPin || !confirm || !tries || !ok ||
         !cancel) {
         DM_WARNING("%s : %s : %s : , Widget creation error occured", DM_TRACE_ARGS(kFile));
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
     pukLabel->setText(text("IDS_MAINFRM_INPUT_PUK_PROMPT"));
@@ -336,7 +335,7 @@ int CDeviceMgrService::createModifyDlg()
     if (!dialog || !content) {
         DM_DEBUG("%s: %s: %s: , Memory allocation failed", DM_TRACE_ARGS(kFile));
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     dialog->setObjectName(QStringLiteral("DeviceMgrUI_dialogModifyDlg"));
     content->setObjectName(QStringLiteral("DeviceMgrUI_widgetModifyDlg"));
@@ -348,7 +347,7 @@ int CDeviceMgrService::createModifyDlg()
     if (setTextCreateModifyDlg() != 0 || setButtonsCreateModifyDlg() != 0) {
         m_pdialogModifyDlg = nullptr;
         delete dialog;
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     DM_DEBUG("%s : %s : %s : , Exit", DM_TRACE_ARGS(kFile));
     return 0;
@@ -360,7 +359,7 @@ int CDeviceMgrService::setTextCreateModifyDlg()
     QWidget* content = m_pdialogModifyDlg ? m_pdialogModifyDlg->MainWidget() : nullptr;
     if (!content) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     auto* currLabel = makeLabel(content, "DeviceMgrUI_labelCurrPIN");
     auto* newLabel = makeLabel(content, "DeviceMgrUI_labelNewPIN");
@@ -371,7 +370,7 @@ int CDeviceMgrService::setTextCreateModifyDlg()
     auto* tries = makeLabel(content, "DeviceMgrUI_labelModTimes");
     if (!currLabel || !newLabel || !confirmLabel || !curr || !newPin || !confirm || !tries) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
     currLabel->setText(text("IDS_MAINFRM_INPUT_OLD_PIN_PROMPT"));
@@ -418,13 +417,13 @@ int CDeviceMgrService::setButtonsCreateModifyDlg()
     auto* column = content ? qobject_cast<QVBoxLayout*>(content->layout()) : nullptr;
     if (!column) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     auto* ok = makeButton(content, "DeviceMgrUI_buttonModOK", "IDS_MAINFRM_OK_PROMPT");
     auto* cancel = makeButton(content, "DeviceMgrUI_buttonModCancel", "IDS_MAINFRM_CANCEL_PROMPT");
     if (!ok || !cancel) {
         DM_DEBUG("Arg is NULL: %s: %s: %s %d", DM_TRACE_ARGS(kFile), __LINE__);
-        return kWidgetCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     ok->setEnabled(false);
     auto* buttons = new QHBoxLayout();

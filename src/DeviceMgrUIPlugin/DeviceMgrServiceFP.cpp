@@ -15,7 +15,6 @@
 namespace {
 
 constexpr int FPPromptMs = 1000;
-constexpr int FPDialogError = 13;
 
 // Sensor feedback keys by verify state 0..40; 255 and everything else are
 // handled by promptKey.
@@ -116,7 +115,7 @@ int CDeviceMgrService::createFPDlg()
     m_pwidgetFPInfoDlg = new QWidget(m_pParentWidget);
     m_plabelFPInfoLabel = new QLabel(m_pwidgetFPInfoDlg);
     if (!m_pdialogFPInfoDlg || !m_pFPlayoutVBox || !m_pwidgetFPInfoDlg || !m_plabelFPInfoLabel)
-        return FPDialogError;
+        return DEVMGR_RESULT_UNAVAILABLE;
 
     m_pdialogFPInfoDlg->setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowStaysOnTopHint |
                                        Qt::WindowCloseButtonHint);

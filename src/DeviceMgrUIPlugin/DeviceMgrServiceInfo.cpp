@@ -24,10 +24,8 @@ constexpr const char* kFile = DeviceMgrTrace::ServiceFile;
 
 constexpr int kInfoDlgWidth = 310;
 constexpr int kInfoDlgHeight = 120;
-constexpr int kInfoDlgCreateFailed = 13;
 
 // Window, title hint and a customised frame: no system buttons on the pop-up.
-const Qt::WindowFlags kInfoDlgFlags(0x2001001);
 
 // The call service's notifications this plug-in listens to, in the order
 // they are subscribed.
@@ -93,10 +91,10 @@ int CDeviceMgrService::createInfoDlg()
     if (!dialog || !content || !layout || !label) {
         DM_DEBUG("%s: %s : %s, Error occured in widgret creation", DM_TRACE_ARGS(kFile));
         delete dialog;
-        return kInfoDlgCreateFailed;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
 
-    dialog->setWindowFlags(kInfoDlgFlags);
+    dialog->setWindowFlags(MessageWindowFlags);
     layout->setObjectName(QStringLiteral("DeviceMgrUI_layoutVBox"));
     dialog->setObjectName(QStringLiteral("DeviceMgrUI_dialogInfoDlg"));
     label->setObjectName(QStringLiteral("DeviceMgrUI_labelInfoLabel"));

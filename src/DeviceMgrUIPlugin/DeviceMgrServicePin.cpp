@@ -29,9 +29,8 @@ constexpr const char* kFile = DeviceMgrTrace::ServiceFile;
 // An IMSI needs more than this many digits to name a network.
 constexpr int kMinImsiLength = 4;
 
-// Window, title hint, customised frame and the close button alone.
-const Qt::WindowFlags kMessageFlags =
-    Qt::Window | Qt::WindowTitleHint | Qt::CustomizeWindowHint | Qt::WindowCloseButtonHint;
+// The message frame with the close button alone.
+const Qt::WindowFlags kMessageFlags = MessageWindowFlags | Qt::WindowCloseButtonHint;
 
 const char kWWanPrivilegeFallback[] = "This method is not allowed for calling process privileges. "
                                       "Please use system's WWAN UI to unblock the PIN";

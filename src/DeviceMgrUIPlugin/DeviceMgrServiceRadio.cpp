@@ -19,7 +19,7 @@ int CDeviceMgrService::EnableRF()
     DM_DEBUG("%s : %s : %s : , entered", DM_TRACE_ARGS(ServiceFile));
     if (!m_pUILogic) {
         DM_DEBUG("%s : %s : %s : pre-conditions failed", DM_TRACE_ARGS(ServiceFile));
-        return 13;
+        return DEVMGR_RESULT_UNAVAILABLE;
     }
     const int result = m_pUILogic->SwitchRFMode(true);
     if (result != DEVMGR_RESULT_SUCCESS) {

@@ -28,8 +28,6 @@ constexpr int kSimStatusNoPinStep = 240;
 constexpr int kInfoShortMs = 3000;
 constexpr int kInfoLongMs = 10000;
 
-const Qt::WindowFlags kMessageFlags(0x2001001);
-
 bool isInitEvent(qint32 event)
 {
     return event >= UTPS_EVENT_DEV_INIT_BEGIN && event <= UTPS_EVENT_DEV_FPLOCK;
@@ -37,7 +35,7 @@ bool isInitEvent(qint32 event)
 
 bool isUsableSimWord(unsigned int word)
 {
-    return word >= 1 && word <= 254;
+    return UTPS_SimStatusUsable(word);
 }
 
 // The product type as the SDK reports it; `current` when it cannot answer.
@@ -266,13 +264,13 @@ void CDeviceMgrService::showInvalidSimMsg()
     m_bMsgBoxShown = true;
     CommonUtils::ShowMessage(QMessageBox::Information, m_pParentWidget,
                              tr(QStringLiteral("IDS_MAINFRM_PROMPT")), text, QString(), QString(),
-                             QString(), true, kMessageFlags);
+                             QString(), true, MessageWindowFlags);
     m_bMsgBoxShown = false;
     DM_DEBUG("%s : %s : %s : ,Exit", DM_TRACE_ARGS(kFile));
 }
 
 // ---------------------------------------------------------------------------
-// Init events (6000 range)
+// Init events (UTPS_EVENT_DEV_INIT_BEGIN to UTPS_EVENT_DEV_FPLOCK)
 
 void CDeviceMgrService::deviceMgrInitEventHandler(qint32 event)
 {
@@ -389,7 +387,7 @@ void CDeviceMgrService::onDeviceInitFinishHandler()
 }
 
 // ---------------------------------------------------------------------------
-// Device-manager events (6500 and 6600 ranges)
+// Device-manager events (from UTPS_EVENT_DEV_CHANGE_BEGIN on)
 
 void CDeviceMgrService::deviceMgrEventHandler(qint32 event)
 {

@@ -334,8 +334,7 @@ bool DeviceMgrUILogic::isSimValid()
     }
     DM_DEBUG("<======== %s : %s : %s : SimStatus - %d UTPS_DevSrv_GetSimStatus SUCCESS",
              DM_TRACE_ARGS(LogicFile), status);
-    // 1..254 is a usable SIM; 0, 255 and above (and negatives) are not.
-    return static_cast<unsigned int>(status - 1) <= 253u;
+    return UTPS_SimStatusUsable(status);
 }
 
 QString DeviceMgrUILogic::GetSimTypeText()
@@ -405,7 +404,7 @@ int DeviceMgrUILogic::GetPINRetryTimes()
     if (!readRetryCounter(__FUNCTION__, false))
         return -1;
     // While the PUK is required the card's one counter is the PUK's.
-    return m_nPinStatus == SDK_PIN_STATUS_PUK ? 0 : m_iRetryTimes;
+    return m_nPinStatus == UTPS_PIN_STATUS_PUK_REQUIRED ? 0 : m_iRetryTimes;
 }
 
 int DeviceMgrUILogic::GetPUKRetryTimes()
@@ -414,7 +413,7 @@ int DeviceMgrUILogic::GetPUKRetryTimes()
     if (!readRetryCounter(__FUNCTION__, true))
         return -1;
     // Outside the PUK state the card's one counter is the PIN's.
-    return m_nPinStatus == SDK_PIN_STATUS_PUK ? m_iRetryTimes : 0;
+    return m_nPinStatus == UTPS_PIN_STATUS_PUK_REQUIRED ? m_iRetryTimes : 0;
 }
 
 bool DeviceMgrUILogic::readRetryCounter(const char* function, bool forPuk)
@@ -514,7 +513,7 @@ int DeviceMgrUILogic::processVerifyPIN(int& retries, QString pin)
              long(result));
     retries = left == kRetriesUnknown ? -1 : int(left);
     if (left == 0)
-        m_nPinStatus = SDK_PIN_STATUS_PUK;
+        m_nPinStatus = UTPS_PIN_STATUS_PUK_REQUIRED;
     return result;
 }
 
@@ -584,7 +583,7 @@ int DeviceMgrUILogic::UnlockPIN(QString puk, QString newPin, int& retries)
             m_iRetryTimes = retries;
         else
             retries = -1;
-        m_nPinStatus = SDK_PIN_STATUS_PUK;
+        m_nPinStatus = UTPS_PIN_STATUS_PUK_REQUIRED;
         return DEVMGR_RESULT_SDK_FAILURE;
     case kSdkBadParam:
         DM_DEBUG("%s : %s : %s : UTPS_DevSrv_UnblockPin returned bad param,",
@@ -640,7 +639,7 @@ int DeviceMgrUILogic::reportRefusedRequest()
     GetPinStatus(&state);
     if (state == DEVMGR_UNLOCK_PIN) {
         m_iRetryTimes = 0;
-        m_nPinStatus = SDK_PIN_STATUS_PUK;
+        m_nPinStatus = UTPS_PIN_STATUS_PUK_REQUIRED;
     }
     emit PinStateChanged(state);
     return m_iRetryTimes;
@@ -651,7 +650,7 @@ void DeviceMgrUILogic::handleEnableDisableErrorCondition()
     DM_DEBUG("%s : %s : %s : Entered m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
     --m_iRetryTimes;
     if (m_iRetryTimes == 0)
-        m_nPinStatus = SDK_PIN_STATUS_PUK;
+        m_nPinStatus = UTPS_PIN_STATUS_PUK_REQUIRED;
     DM_DEBUG("%s : %s : %s : Exit m_iRetryTimes %d", DM_TRACE_ARGS(LogicFile), m_iRetryTimes);
 }
 

@@ -1,6 +1,7 @@
 // The device access layer: the one object that calls the device SDK.
 #pragma once
 
+#include <DeviceMgrContract.h>
 #include <utps.h>
 
 #include <QObject>
@@ -18,19 +19,6 @@ enum E_DEVMGR_PIN_STATE
     DEVMGR_PIN_MODIFY = 6,
 };
 Q_DECLARE_METATYPE(E_DEVMGR_PIN_STATE)
-
-// Result codes of the access layer.
-enum
-{
-    DEVMGR_RESULT_SUCCESS = 0,
-    DEVMGR_RESULT_SDK_FAILURE = 1,
-    DEVMGR_RESULT_WWAN_PRIVILEGE = 14,
-    DEVMGR_RESULT_GENERAL_ERROR = 15,
-    DEVMGR_RESULT_INVALID_INPUT = 23,
-};
-
-// The SDK's PIN status meaning "PUK required".
-#define SDK_PIN_STATUS_PUK 3
 
 class DeviceMgrUILogic : public QObject
 {

@@ -63,7 +63,7 @@ bool CDeviceMgrUI::QueryInterface(int iid, QObject** ppObject)
     DM_DEBUG("%s: %s called", PluginFile, __FUNCTION__);
     // Without a place to put the service there is nothing to hand out: a null
     // output pointer is refused rather than written through.
-    if (iid != DeviceMgrInterface || !ppObject)
+    if (iid != DEVICE_MGR_INTERFACE || !ppObject)
         return false;
     m_pDeviceMgrService = CDeviceMgrService::instance();
     *ppObject = m_pDeviceMgrService;

@@ -17,7 +17,6 @@ class CDeviceMgrUI : public QObject, public IUIPlugin, public INotify
 
 public:
     // Interface number under which other plug-ins obtain IDeviceMgr.
-    static constexpr int DeviceMgrInterface = 4097;
 
     CDeviceMgrUI() = default;
     ~CDeviceMgrUI() override = default;

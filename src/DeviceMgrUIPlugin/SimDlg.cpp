@@ -12,7 +12,6 @@ namespace {
 constexpr const char* kFile = DeviceMgrTrace::ServiceFile;
 
 // Window, title hint and a customised frame.
-const Qt::WindowFlags kQuestionFlags(0x2001001);
 
 QString pluginText(const char* key)
 {
@@ -68,9 +67,10 @@ bool SimDlg::confirmCancel()
     const QString first = m_bOkCancelButtons ? sharedText("IDS_OK") : sharedText("IDS_YES");
     const QString second = m_bOkCancelButtons ? sharedText("IDS_CANCEL") : sharedText("IDS_NO");
     m_bAsking = true;
-    const int reply = CommonUtils::ShowMessage(
-        QMessageBox::Question, this, pluginText("IDS_MAINFRM_PROMPT"),
-        pluginText("IDS_MAINFRM_PIN_CANCELPROMPT"), first, second, QString(), true, kQuestionFlags);
+    const int reply =
+        CommonUtils::ShowMessage(QMessageBox::Question, this, pluginText("IDS_MAINFRM_PROMPT"),
+                                 pluginText("IDS_MAINFRM_PIN_CANCELPROMPT"), first, second,
+                                 QString(), true, MessageWindowFlags);
     m_bAsking = false;
     return reply == CommonUtils::FirstButton;
 }

@@ -32,7 +32,6 @@
 #include <cstdio>
 
 namespace {
-constexpr int DeviceManagerInterface = 4097;
 constexpr int ExposePollMs = 10;
 
 void printError(const QString& message)
@@ -439,7 +438,7 @@ void HostApp::startPlugins()
         // A plug-in may have gone again during another's Init.
         if (!base)
             continue;
-        if (!m_deviceManager && base->QueryInterface(DeviceManagerInterface, &service) &&
+        if (!m_deviceManager && base->QueryInterface(DEVICE_MGR_INTERFACE, &service) &&
             qobject_cast<IDeviceMgr*>(service))
             m_deviceManager = service;
     }
@@ -465,7 +464,7 @@ void HostApp::waitForExposure()
 
 void HostApp::frameShown()
 {
-    m_siblings->notifyService()->BroadcastNotify(Notifications::FrameShown, 0, 0);
+    m_siblings->notifyService()->BroadcastNotify(NTF_FRAME_SHOWN, 0, 0);
     if (m_runner)
         m_runner->start();
 }
@@ -488,7 +487,7 @@ bool HostApp::changeLanguage(const QString& lang)
     QCoreApplication::removeTranslator(m_translator.get());
     QCoreApplication::installTranslator(m_translator.get());
     m_mainWindow->setLanguage(lang);
-    m_siblings->notifyService()->BroadcastNotify(Notifications::LanguageChanged, 0, 0);
+    m_siblings->notifyService()->BroadcastNotify(NTF_LANGUAGE_CHANGED, 0, 0);
     return true;
 }
 

@@ -40,7 +40,7 @@ public:
     // Needs the QApplication; returns the process's exit code.
     int run();
 
-    // Switches the catalogue, tells every plug-in and broadcasts 320.
+    // Switches the catalogue, tells every plug-in and broadcasts NTF_LANGUAGE_CHANGED.
     bool changeLanguage(const QString& lang);
     IDeviceMgr* deviceManager() const;
 

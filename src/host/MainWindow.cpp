@@ -313,30 +313,30 @@ void MainWindow::onMenuRequest(const QString& op)
 void MainWindow::learn(unsigned int code)
 {
     switch (code) {
-    case Notifications::DeviceInitSuccess:
-    case Notifications::DeviceChangeEnd:
+    case NTF_DEVICE_INIT_SUCCESS:
+    case NTF_DEVICE_CHANGE_END:
         m_device = Device::Present;
         m_name = m_deviceName ? m_deviceName() : QString();
         break;
-    case Notifications::DeviceChangeBegin:
+    case NTF_DEVICE_CHANGE_BEGIN:
         m_device = Device::Changing;
         break;
-    case Notifications::MiniFrameDeviceState:
+    case NTF_MINIFRAME_DEVICE_STATE:
         forgetDevice();
         break;
-    case Notifications::SimReady:
+    case NTF_SIM_READY:
         m_sim = Tristate::Yes;
         break;
-    case Notifications::SimNotReady:
+    case NTF_SIM_NOT_READY:
         m_sim = Tristate::No;
         break;
-    case Notifications::RfOn:
+    case NTF_RF_ON:
         m_radio = Tristate::Yes;
         break;
-    case Notifications::RfOff:
+    case NTF_RF_OFF:
         m_radio = Tristate::No;
         break;
-    case Notifications::RfSwitchChanged:
+    case NTF_RF_SWITCH_CHANGED:
         showStatus(tr("Radio switch changed"));
         break;
     default:

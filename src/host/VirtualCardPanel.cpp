@@ -2,6 +2,7 @@
 
 #include "CommonUtils.h"
 #include <sim/VirtualCard.h>
+#include <utps.h>
 
 #include <QCheckBox>
 #include <QEvent>
@@ -45,7 +46,7 @@ QString onOff(int value)
 
 QString simText(int word)
 {
-    const bool usable = word >= 1 && word <= 254;
+    const bool usable = UTPS_SimStatusUsable(word);
     return QStringLiteral("%1 (%2)").arg(usable ? VirtualCardPanel::tr("usable")
                                                 : VirtualCardPanel::tr("not usable"),
                                          QString::number(word));

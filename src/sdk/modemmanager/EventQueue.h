@@ -20,8 +20,8 @@ using DeviceList = _UTPS_ST_MULTI_DEVICE_INFO;
 struct Event
 {
     int code = 0;
-    std::vector<uint32_t> words;            // the payload words of 6615, 6619 ...
-    std::shared_ptr<const DeviceList> list; // the payload of 6010, 6601, 6606
+    std::vector<uint32_t> words;            // the payload words (radio switch, SIM state)
+    std::shared_ptr<const DeviceList> list; // the payload of a device-list event
 };
 
 class EventQueue

@@ -13,7 +13,8 @@
 // modem is current, UTPS_DevSrv_IsWWanServiceActive says whether the daemon
 // runs). The user data directory is $UTPS_USER_DATA_DIR, or the product's
 // folder under $XDG_DATA_HOME (~/.local/share/linkmarrow/). ModemManager has
-// no fingerprint sensor and no power events: 6018, 6620 and 6616 never come.
+// no fingerprint sensor and no power events: the fingerprint-lock, fingerprint-verify and power
+// events never come.
 #include "ModemManagerBackend.h"
 
 #include "MmClient.h"

@@ -46,7 +46,7 @@ void CardModel::powerUp()
 
 bool CardModel::simUsable() const
 {
-    return m_config.sim.status >= 1 && m_config.sim.status <= 254;
+    return UTPS_SimStatusUsable(m_config.sim.status);
 }
 
 bool CardModel::waitsForCode() const

@@ -19,8 +19,9 @@ constexpr int kPukTries = 10;
 struct PinOutcome
 {
     int result = 0;
-    int retries = 0;       // the retries-left output, when the call has one
-    bool simReady = false; // the SIM stopped waiting for a code (6619 follows)
+    int retries = 0; // the retries-left output, when the call has one
+    bool simReady =
+        false; // the SIM stopped waiting for a code (UTPS_EVENT_DEV_SIM_STATE_CHANGE follows)
 };
 
 class CardModel

@@ -87,7 +87,7 @@ struct VirtualCard::Private
     // none is current, otherwise it is only reported as detected.
     void startPluggedCard(int index);
     void startDeferredCards();
-    // The init events from 6000 on; a fingerprint card raises 6018 among them.
+    // The init events; a fingerprint card raises UTPS_EVENT_DEV_FPLOCK among them.
     void runInit(int index);
     void finishInit(int index);
     void clearState();

@@ -109,14 +109,14 @@ public:
     void raiseEvent(int code, std::optional<std::vector<uint32_t>> payload);
     // Raises `code` with the current device list as payload.
     void raiseDeviceListEvent(int code);
-    // The user flips the radio switches of the current card (6615 follows).
+    // The user flips the radio switches of the current card (UTPS_EVENT_DEV_RF_SWITCH follows).
     void setRadio(int hw, int sw);
-    // The current card's SIM changes state (6619 with the word follows).
+    // The current card's SIM changes state (UTPS_EVENT_DEV_SIM_STATE_CHANGE with the word follows).
     void setSimState(int word);
-    // A finger on the current card's sensor (6620 with the state follows;
+    // A finger on the current card's sensor (UTPS_EVENT_DEV_FP_VERIFY with the state follows;
     // state 0 unlocks a fingerprint-locked card).
     void touchFingerprint(uint32_t state);
-    // A power-management event (6616).
+    // A power-management event (UTPS_EVENT_DEV_POWER).
     void powerEvent(uint32_t code);
 
     // Answers the current card gives in place of its model's, for values a
