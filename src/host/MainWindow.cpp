@@ -29,20 +29,22 @@ struct DeviceEntry
 // The Device menu from top to bottom: every IDeviceMgr operation a person
 // starts, none of the state queries.
 const DeviceEntry DeviceEntries[] = {
-    {QT_TR_NOOP("Choose device..."), "ShowChooseDevice", "LinkHost_ActionChooseDevice"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Choose device..."), "ShowChooseDevice",
+     "LinkHost_ActionChooseDevice"},
     {nullptr, nullptr, nullptr},
-    {QT_TR_NOOP("Verify PIN..."), "VerifyPIN", "LinkHost_ActionVerifyPIN"},
-    {QT_TR_NOOP("Enable PIN..."), "EnablePIN", "LinkHost_ActionEnablePIN"},
-    {QT_TR_NOOP("Disable PIN..."), "DisablePIN", "LinkHost_ActionDisablePIN"},
-    {QT_TR_NOOP("Change PIN..."), "ModifyPIN", "LinkHost_ActionChangePIN"},
-    {QT_TR_NOOP("Unblock PIN..."), "UnlockPIN", "LinkHost_ActionUnblockPIN"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Verify PIN..."), "VerifyPIN", "LinkHost_ActionVerifyPIN"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Enable PIN..."), "EnablePIN", "LinkHost_ActionEnablePIN"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Disable PIN..."), "DisablePIN", "LinkHost_ActionDisablePIN"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Change PIN..."), "ModifyPIN", "LinkHost_ActionChangePIN"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Unblock PIN..."), "UnlockPIN", "LinkHost_ActionUnblockPIN"},
     {nullptr, nullptr, nullptr},
-    {QT_TR_NOOP("Radio on"), "EnableRF", "LinkHost_ActionRadioOn"},
-    {QT_TR_NOOP("Radio off"), "DisableRF", "LinkHost_ActionRadioOff"},
-    {QT_TR_NOOP("Go offline"), "SetOffline", "LinkHost_ActionOffline"},
-    {QT_TR_NOOP("Detach packet data"), "DetatchGPRS", "LinkHost_ActionDetach"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Radio on"), "EnableRF", "LinkHost_ActionRadioOn"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Radio off"), "DisableRF", "LinkHost_ActionRadioOff"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Go offline"), "SetOffline", "LinkHost_ActionOffline"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Detach packet data"), "DetatchGPRS", "LinkHost_ActionDetach"},
     {nullptr, nullptr, nullptr},
-    {QT_TR_NOOP("Detect devices"), "StartDetectDevice", "LinkHost_ActionDetect"},
+    {QT_TRANSLATE_NOOP("MainWindow", "Detect devices"), "StartDetectDevice",
+     "LinkHost_ActionDetect"},
 };
 
 // Operations that need a device, and those that need a usable SIM as well.

@@ -1,10 +1,15 @@
 #include "HostSiblings.h"
+#include "HostTranslator.h"
 #include "MainWindow.h"
 #include "Transcript.h"
+#include "VirtualCardPanel.h"
 
 #include <QAction>
+#include <QApplication>
+#include <QFile>
 #include <QLabel>
 #include <QMenu>
+#include <QPushButton>
 #include <QTest>
 
 // An IDeviceMgr that remembers which operations were called, each operation
@@ -124,6 +129,51 @@ private slots:
         for (const Transcript::Record& record : Transcript::instance().records())
             recorded << record.kind + ' ' + record.text;
         QCOMPARE(recorded, records);
+    }
+
+    // The host's catalogues: German switches the windows' texts and back,
+    // and every text the host's windows ask for has its German translation
+    // (an untranslated one would show in English in a German window).
+    void language_data()
+    {
+        QTest::addColumn<QString>("lang");
+        QTest::addColumn<QString>("deviceMenu");
+        QTest::addColumn<QString>("plugButton");
+        QTest::newRow("de") << "de"
+                            << "&Gerät"
+                            << "Stecken";
+        QTest::newRow("en") << "en"
+                            << "&Device"
+                            << "Plug";
+        QTest::newRow("no catalogue") << "xx"
+                                      << "&Device"
+                                      << "Plug";
+    }
+    void language()
+    {
+        QFETCH(QString, lang);
+        QFETCH(QString, deviceMenu);
+        QFETCH(QString, plugButton);
+        HostTranslator translator;
+        translator.setLanguage(lang);
+        QCoreApplication::installTranslator(&translator);
+        m_window->setLanguage(lang);
+        auto* panel = new VirtualCardPanel(m_window.get());
+        m_window->addPanel(panel);
+        QTRY_COMPARE(m_window->deviceMenu()->title(), deviceMenu); // retranslated on a posted event
+        auto* plug = m_window->findChild<QPushButton*>("LinkHost_PlugButton");
+        QVERIFY(plug);
+        QCOMPARE(plug->text(), plugButton);
+        QCoreApplication::removeTranslator(&translator);
+    }
+    void everyHostTextIsTranslated()
+    {
+        QFile catalogue(QStringLiteral(LINK_SOURCE_DIR "/translations/linkhost_de.ts"));
+        QVERIFY(catalogue.open(QIODevice::ReadOnly));
+        const QByteArray ts = catalogue.readAll();
+        QVERIFY(ts.count("<message>") > 50);
+        QCOMPARE(ts.count("<message>"), ts.count("<translation>"));
+        QVERIFY(!ts.contains("type=\"unfinished\""));
     }
 };
 
