@@ -3,6 +3,7 @@
 #include <DeviceMgrContract.h>
 #include <PluginInterfaces.h>
 #include <Startup.h>
+#include <sim/VirtualCard.h>
 
 #include <QCoreApplication>
 
@@ -12,6 +13,16 @@
 namespace bench {
 
 namespace {} // namespace
+
+int addLockedCard()
+{
+    sim::VirtualCard& cards = sim::VirtualCard::instance();
+    cards.reset();
+    sim::CardConfig config;
+    config.plugged = false;
+    config.sim.pinEnabled = true;
+    return cards.addCard(config);
+}
 
 Host::Host(const QString& module) : m_siblings(&m_container)
 {

@@ -13,6 +13,10 @@ class IUIPlugin;
 
 namespace bench {
 
+// Resets the virtual card and adds one unplugged card whose SIM waits for
+// its PIN; returns its index.
+int addLockedCard();
+
 class Host
 {
 public:

@@ -142,11 +142,7 @@ std::vector<double> measured(int runs, const std::function<double()>& one)
 int virtualCard(int runs)
 {
     sim::VirtualCard& cards = sim::VirtualCard::instance();
-    cards.reset();
-    sim::CardConfig config;
-    config.plugged = false;
-    config.sim.pinEnabled = true;
-    const int card = cards.addCard(config);
+    const int card = bench::addLockedCard();
     bench::Host host(QStringLiteral(LINK_BENCH_PLUGIN));
     std::atomic<Clock::rep> pluggedAt{0};
     const auto latencies = measured(runs, [&] {

@@ -128,11 +128,7 @@ int main(int argc, char** argv)
     app.installEventFilter(&watch);
 
     sim::VirtualCard& cards = sim::VirtualCard::instance();
-    cards.reset();
-    sim::CardConfig config;
-    config.plugged = false;
-    config.sim.pinEnabled = true;
-    const int card = cards.addCard(config);
+    const int card = bench::addLockedCard();
     std::atomic<Clock::rep> checkPinAt{0};
     cards.setEventObserver([&](int code) {
         if (code == UTPS_EVENT_DEV_CHECK_PIN && checkPinAt == 0)
