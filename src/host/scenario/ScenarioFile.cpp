@@ -1,13 +1,13 @@
 #include "ScenarioFile.h"
 
-#include "DeviceCalls.h"
 #include "RecordMatcher.h"
+#include "ScenarioFields.h"
+#include "ScenarioVocabulary.h"
 
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonParseError>
-#include <QKeySequence>
 
 #include <cmath>
 #include <initializer_list>
@@ -15,105 +15,11 @@
 
 namespace {
 
-enum class Type
-{
-    Int, // a JSON number without a fraction
-    Bool,
-    String,
-    Object,
-    Array,
-    Scalar, // string, number or boolean (matched by its text)
-    Any,    // checked by the caller
-};
-
-struct Field
-{
-    const char* name;
-    Type type;
-    bool required = false;
-};
-
-const char* typeName(Type type)
-{
-    switch (type) {
-    case Type::Int:
-        return "an integer";
-    case Type::Bool:
-        return "true or false";
-    case Type::String:
-        return "a string";
-    case Type::Object:
-        return "an object";
-    case Type::Array:
-        return "an array";
-    case Type::Scalar:
-        return "a string, number or boolean";
-    case Type::Any:
-        break;
-    }
-    return "a value";
-}
-
-bool isInt(const QJsonValue& value)
-{
-    if (!value.isDouble())
-        return false;
-    const double number = value.toDouble();
-    return std::floor(number) == number && std::fabs(number) <= double(1LL << 53);
-}
-
-bool hasType(const QJsonValue& value, Type type)
-{
-    switch (type) {
-    case Type::Int:
-        return isInt(value);
-    case Type::Bool:
-        return value.isBool();
-    case Type::String:
-        return value.isString();
-    case Type::Object:
-        return value.isObject();
-    case Type::Array:
-        return value.isArray();
-    case Type::Scalar:
-        return value.isString() || value.isBool() || value.isDouble();
-    case Type::Any:
-        return true;
-    }
-    return false;
-}
-
-// Checks `object` against its allowed fields: no unknown key (a typo would
-// otherwise silently match anything), every required key present, every
-// value of its type.
-bool checkFields(const QJsonObject& object, std::initializer_list<Field> fields,
-                 const QString& where, QString* error)
-{
-    for (auto it = object.begin(); it != object.end(); ++it) {
-        const Field* allowed = nullptr;
-        for (const Field& field : fields) {
-            if (it.key() == QLatin1String(field.name))
-                allowed = &field;
-        }
-        if (!allowed) {
-            *error = QStringLiteral("%1: unknown field \"%2\"").arg(where, it.key());
-            return false;
-        }
-        if (!hasType(it.value(), allowed->type)) {
-            *error = QStringLiteral("%1: \"%2\" must be %3")
-                         .arg(where, it.key(), QLatin1String(typeName(allowed->type)));
-            return false;
-        }
-    }
-    for (const Field& field : fields) {
-        if (field.required && !object.contains(QLatin1String(field.name))) {
-            *error = QStringLiteral("%1: missing required field \"%2\"")
-                         .arg(where, QLatin1String(field.name));
-            return false;
-        }
-    }
-    return true;
-}
+using ScenarioFields::checkFields;
+using ScenarioFields::Field;
+using ScenarioFields::hasType;
+using ScenarioFields::isInt;
+using ScenarioFields::Type;
 
 int intOf(const QJsonObject& object, const char* key, int fallback)
 {
@@ -275,50 +181,6 @@ constexpr Field CommentField{"comment", Type::Any};
 constexpr Field InField{"in", Type::String};
 constexpr Field TimeoutField{"timeout", Type::Int};
 
-bool checkReply(const QJsonObject& step, const QString& where, QString* error)
-{
-    const QJsonValue reply = step.value(QLatin1String("reply"));
-    if (isInt(reply))
-        return true;
-    const QString text = reply.toString();
-    if (text == QLatin1String("first") || text == QLatin1String("second") ||
-        text == QLatin1String("third"))
-        return true;
-    *error = where + QStringLiteral(": \"reply\" must be \"first\", \"second\", \"third\" or a "
-                                    "reply code");
-    return false;
-}
-
-bool checkPayload(const QJsonObject& step, const QString& where, QString* error)
-{
-    const QJsonValue payload = step.value(QLatin1String("payload"));
-    if (payload.isUndefined() || payload.isNull() || payload.toString() == QLatin1String("devices"))
-        return true;
-    if (payload.isArray()) {
-        for (const QJsonValue& word : payload.toArray()) {
-            if (!isInt(word) || word.toDouble() < 0 ||
-                word.toDouble() > double(std::numeric_limits<quint32>::max())) {
-                *error = where + QStringLiteral(": \"payload\" words must be unsigned 32-bit "
-                                                "integers");
-                return false;
-            }
-        }
-        return true;
-    }
-    *error = where + QStringLiteral(": \"payload\" must be an array of words, \"devices\" or null");
-    return false;
-}
-
-bool checkKey(const QJsonObject& step, const QString& where, QString* error)
-{
-    const QKeySequence sequence = QKeySequence::fromString(
-        step.value(QLatin1String("key")).toString(), QKeySequence::PortableText);
-    if (sequence.count() == 1 && sequence[0].key() != Qt::Key_unknown)
-        return true;
-    *error = where + QStringLiteral(": \"key\" is not one key such as \"Escape\" or \"Ctrl+X\"");
-    return false;
-}
-
 // "step <n> <the step as written>", where a step's messages start.
 QString placeOf(const ScenarioStep& step)
 {
@@ -328,188 +190,38 @@ QString placeOf(const ScenarioStep& step)
 bool checkAction(const ScenarioStep& step, int deviceCount, QString* error)
 {
     const QString where = placeOf(step);
-    const QJsonObject& json = step.json;
-    const Field doField{"do", Type::String, true};
-    const QString& action = step.name;
-    if (action == QLatin1String("plug") || action == QLatin1String("unplug")) {
-        if (!checkFields(json, {doField, CommentField, {"device", Type::Int, true}}, where, error))
-            return false;
-        const int device = json.value(QLatin1String("device")).toInt();
-        if (device >= 0 && device < deviceCount)
-            return true;
-        *error = where + QStringLiteral(": \"device\" %1 is not one of the %2 devices (counted "
-                                        "from 0)")
-                             .arg(device)
-                             .arg(deviceCount);
+    const ScenarioVocabulary::Action* action = ScenarioVocabulary::action(step.name);
+    if (!action) {
+        *error = where + QStringLiteral(": unknown action \"%1\"").arg(step.name);
         return false;
     }
-    if (action == QLatin1String("event"))
-        return checkFields(
-                   json, {doField, CommentField, {"code", Type::Int, true}, {"payload", Type::Any}},
-                   where, error) &&
-               checkPayload(json, where, error);
-    if (action == QLatin1String("rf"))
-        return checkFields(
-            json, {doField, CommentField, {"hw", Type::Int, true}, {"sw", Type::Int, true}}, where,
-            error);
-    if (action == QLatin1String("sim-state"))
-        return checkFields(json, {doField, CommentField, {"word", Type::Int, true}}, where, error);
-    if (action == QLatin1String("fingerprint"))
-        return checkFields(json, {doField, CommentField, {"state", Type::Int, true}}, where, error);
-    if (action == QLatin1String("power"))
-        return checkFields(json, {doField, CommentField, {"code", Type::Int, true}}, where, error);
-    if (action == QLatin1String("notify"))
-        return checkFields(json,
-                           {doField,
-                            CommentField,
-                            {"code", Type::Int, true},
-                            {"w", Type::Int},
-                            {"l", Type::Int},
-                            {"from", Type::String}},
-                           where, error);
-    if (action == QLatin1String("call")) {
-        if (!checkFields(json, {doField, CommentField, {"op", Type::String, true}}, where, error))
-            return false;
-        if (DeviceCalls::isOperation(json.value(QLatin1String("op")).toString()))
-            return true;
-        *error = where + QStringLiteral(": \"op\" is not an IDeviceMgr operation (one of %1)")
-                             .arg(DeviceCalls::operations().join(QStringLiteral(", ")));
-        return false;
+    std::vector<Field> fields = {{"do", Type::String, true}, CommentField};
+    if (action->onWidget) {
+        fields.push_back(InField);
+        fields.push_back(TimeoutField);
     }
-    if (action == QLatin1String("type"))
-        return checkFields(json,
-                           {doField,
-                            CommentField,
-                            InField,
-                            TimeoutField,
-                            {"widget", Type::String, true},
-                            {"text", Type::String, true}},
-                           where, error);
-    if (action == QLatin1String("click") || action == QLatin1String("close"))
-        return checkFields(json,
-                           {doField,
-                            CommentField,
-                            InField,
-                            TimeoutField,
-                            {"widget", Type::String, true},
-                            {"text", Type::String}},
-                           where, error);
-    if (action == QLatin1String("key"))
-        return checkFields(json,
-                           {doField,
-                            CommentField,
-                            InField,
-                            TimeoutField,
-                            {"widget", Type::String, true},
-                            {"text", Type::String},
-                            {"key", Type::String, true}},
-                           where, error) &&
-               checkKey(json, where, error);
-    if (action == QLatin1String("answer"))
-        return checkFields(json, {doField, CommentField, {"reply", Type::Any, true}}, where,
-                           error) &&
-               checkReply(json, where, error);
-    if (action == QLatin1String("language"))
-        return checkFields(json, {doField, CommentField, {"lang", Type::String, true}}, where,
-                           error);
-    if (action == QLatin1String("wait"))
-        return checkFields(json, {doField, CommentField, {"ms", Type::Int, true}}, where, error);
-    if (action == QLatin1String("screenshot"))
-        return checkFields(json,
-                           {doField, CommentField, {"file", Type::String}, {"screen", Type::Bool}},
-                           where, error);
-    if (action == QLatin1String("trigger"))
-        return checkFields(json, {doField, CommentField, {"action", Type::String, true}}, where,
-                           error);
-    if (action == QLatin1String("quit"))
-        return checkFields(json, {doField, CommentField}, where, error);
-    *error = where + QStringLiteral(": unknown action \"%1\"").arg(action);
-    return false;
+    fields.insert(fields.end(), action->fields.begin(), action->fields.end());
+    return checkFields(step.json, fields, where, error) &&
+           (!action->check || action->check(step.json, where, deviceCount, error));
 }
 
 bool checkExpectation(const ScenarioStep& step, QString* error)
 {
     const QString where = placeOf(step);
-    const QJsonObject& json = step.json;
-    const Field kindField{step.negated ? "expect-not" : "expect", Type::String, true};
-    const Field waitField = step.negated ? Field{"for", Type::Int} : Field{"timeout", Type::Int};
-    const QString& kind = step.name;
-    if (kind == QLatin1String("widget") && step.negated) {
-        *error = where + QStringLiteral(": \"widget\" is checked with \"expect\" only");
+    const ScenarioVocabulary::Expectation* expectation = ScenarioVocabulary::expectation(step.name);
+    if (!expectation) {
+        *error = where + QStringLiteral(": unknown expectation kind \"%1\"").arg(step.name);
         return false;
     }
-    if (kind == QLatin1String("notify"))
-        return checkFields(json,
-                           {kindField,
-                            waitField,
-                            CommentField,
-                            {"code", Type::Scalar},
-                            {"to", Type::String},
-                            {"from", Type::String},
-                            {"w", Type::Scalar},
-                            {"l", Type::Scalar}},
-                           where, error);
-    if (kind == QLatin1String("msgbox"))
-        return checkFields(json,
-                           {kindField,
-                            waitField,
-                            CommentField,
-                            {"icon", Type::Scalar},
-                            {"title", Type::String},
-                            {"text", Type::String},
-                            {"buttons", Type::String},
-                            {"reply", Type::Scalar}},
-                           where, error);
-    if (kind == QLatin1String("shown") || kind == QLatin1String("hidden"))
-        return checkFields(json, {kindField, waitField, CommentField, {"widget", Type::String}},
-                           where, error);
-    if (kind == QLatin1String("sdk"))
-        return checkFields(json,
-                           {kindField,
-                            waitField,
-                            CommentField,
-                            {"call", Type::String},
-                            {"args", Type::String},
-                            {"result", Type::Scalar}},
-                           where, error);
-    if (kind == QLatin1String("call"))
-        return checkFields(
-            json,
-            {kindField, waitField, CommentField, {"op", Type::String}, {"result", Type::Scalar}},
-            where, error);
-    if (kind == QLatin1String("menu") || kind == QLatin1String("dialup") ||
-        kind == QLatin1String("miniframe"))
-        return checkFields(json, {kindField, waitField, CommentField, {"op", Type::String}}, where,
-                           error);
-    if (kind == QLatin1String("setting"))
-        return checkFields(
-            json,
-            {kindField, waitField, CommentField, {"key", Type::String}, {"value", Type::Scalar}},
-            where, error);
-    if (kind == QLatin1String("plugin"))
-        return checkFields(
-            json, {kindField, waitField, CommentField, {"op", Type::String}, {"id", Type::String}},
-            where, error);
-    if (kind == QLatin1String("subscribe"))
-        return checkFields(
-            json,
-            {kindField, waitField, CommentField, {"from", Type::String}, {"code", Type::Scalar}},
-            where, error);
-    if (kind == QLatin1String("widget"))
-        return checkFields(json,
-                           {kindField,
-                            waitField,
-                            CommentField,
-                            InField,
-                            {"widget", Type::String, true},
-                            {"text", Type::String},
-                            {"enabled", Type::Bool},
-                            {"visible", Type::Bool},
-                            {"rows", Type::Int},
-                            {"title", Type::String}},
-                           where, error);
-    *error = where + QStringLiteral(": unknown expectation kind \"%1\"").arg(kind);
-    return false;
+    if (step.negated && !expectation->negatable) {
+        *error = where + QStringLiteral(": \"%1\" is checked with \"expect\" only").arg(step.name);
+        return false;
+    }
+    std::vector<Field> fields = {{step.negated ? "expect-not" : "expect", Type::String, true},
+                                 step.negated ? Field{"for", Type::Int} : TimeoutField,
+                                 CommentField};
+    fields.insert(fields.end(), expectation->fields.begin(), expectation->fields.end());
+    return checkFields(step.json, fields, where, error);
 }
 
 bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioStep* step,

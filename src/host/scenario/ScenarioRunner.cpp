@@ -1,11 +1,9 @@
 #include "ScenarioRunner.h"
 
 #include "CommonUtils.h"
-#include "DeviceCalls.h"
-#include "NotifyServicePlugin.h"
 #include "RecordMatcher.h"
+#include "ScenarioVocabulary.h"
 #include "Transcript.h"
-#include "UserInput.h"
 #include "WidgetFinder.h"
 #include <sim/VirtualCard.h>
 
@@ -13,35 +11,12 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
-#include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
-#include <QJsonArray>
-#include <QKeySequence>
-#include <QLineEdit>
 #include <QMenu>
-#include <QRadioButton>
-#include <QStyle>
-#include <QStyleOptionButton>
 #include <QThread>
 
 namespace {
-
-// The text a keyboard sends with a key: Ctrl with a letter gives the control
-// character (Ctrl+X is character 24), as fields that filter keystrokes see it.
-QString keyText(Qt::Key key, Qt::KeyboardModifiers modifiers)
-{
-    const bool letter = key >= Qt::Key_A && key <= Qt::Key_Z;
-    if (letter && modifiers == Qt::ControlModifier)
-        return QString(QChar(key - Qt::Key_A + 1));
-    if (modifiers & ~Qt::ShiftModifier)
-        return QString();
-    if (letter)
-        return QString(QChar(modifiers & Qt::ShiftModifier ? key : key - Qt::Key_A + 'a'));
-    if (key >= Qt::Key_Space && key <= Qt::Key_AsciiTilde)
-        return QString(QChar(key));
-    return QString();
-}
 
 constexpr int PollMs = 10;
 constexpr int RetryMs = 20;
@@ -55,12 +30,6 @@ QString stringOf(const QJsonObject& json, const char* key)
 int intOf(const QJsonObject& json, const char* key, int fallback = 0)
 {
     return json.value(QLatin1String(key)).toInt(fallback);
-}
-
-bool isWidgetAction(const QString& action)
-{
-    return action == QLatin1String("type") || action == QLatin1String("click") ||
-           action == QLatin1String("key") || action == QLatin1String("close");
 }
 
 WidgetQuery queryOf(const ScenarioStep& step)
@@ -78,38 +47,6 @@ WidgetQuery queryOf(const ScenarioStep& step)
     else if (step.name == QLatin1String("click"))
         query.kind = WidgetQuery::Button;
     return query;
-}
-
-int replyCode(const QJsonValue& reply)
-{
-    const QString text = reply.toString();
-    if (text == QLatin1String("second"))
-        return CommonUtils::SecondButton;
-    if (text == QLatin1String("third"))
-        return CommonUtils::ThirdButton;
-    if (reply.isDouble())
-        return reply.toInt();
-    return CommonUtils::FirstButton;
-}
-
-// Where a person clicks a button: a check box or radio button only reacts
-// on its indicator and text, which need not reach the middle of its row.
-QPoint clickPoint(QWidget* target)
-{
-    const bool check = qobject_cast<QCheckBox*>(target);
-    if (!check && !qobject_cast<QRadioButton*>(target))
-        return target->rect().center();
-    QStyleOptionButton option;
-    option.initFrom(target);
-    const QStyle::SubElement indicator =
-        check ? QStyle::SE_CheckBoxIndicator : QStyle::SE_RadioButtonIndicator;
-    return target->style()->subElementRect(indicator, &option, target).center();
-}
-
-void giveFocus(QWidget* widget)
-{
-    widget->window()->activateWindow();
-    widget->setFocus(Qt::OtherFocusReason);
 }
 
 int rowsOf(const QWidget* widget)
@@ -197,18 +134,24 @@ void ScenarioRunner::runStep()
 
 void ScenarioRunner::perform(const ScenarioStep& step)
 {
-    if (step.name == QLatin1String("quit")) {
+    // The file was checked against the vocabulary: every action is in it.
+    const ScenarioVocabulary::Action* action = ScenarioVocabulary::action(step.name);
+    if (!action) {
+        fail(step, QStringLiteral("action \"%1\" is not implemented").arg(step.name));
+        return;
+    }
+    if (action->steer == ScenarioVocabulary::Steer::Quit) {
         ++m_index;
         finish(0);
         return;
     }
-    if (step.name == QLatin1String("wait")) {
+    if (action->steer == ScenarioVocabulary::Steer::Pause) {
         ++m_index;
         scheduleNext(qMax(0, intOf(step.json, "ms")));
         return;
     }
     QWidget* target = nullptr;
-    if (isWidgetAction(step.name)) {
+    if (action->onWidget) {
         if (m_attemptIndex != m_index) {
             m_attemptIndex = m_index;
             m_attemptClock.start();
@@ -232,131 +175,11 @@ void ScenarioRunner::perform(const ScenarioStep& step)
     const int outerLevel = m_actionLoopLevel;
     m_actionLoopLevel = QThread::currentThread()->loopLevel();
     ++m_actionDepth;
-    const QString error = execute(step, target);
+    const QString error = action->run(*this, step.json, target);
     --m_actionDepth;
     m_actionLoopLevel = outerLevel;
     if (!error.isEmpty())
         fail(step, error);
-}
-
-QString ScenarioRunner::execute(const ScenarioStep& step, QWidget* target)
-{
-    const QString& action = step.name;
-    const QJsonObject& json = step.json;
-    if (target)
-        return executeWidgetAction(step, target);
-    if (action == QLatin1String("answer")) {
-        m_answers.append(replyCode(json.value(QLatin1String("reply"))));
-        return QString();
-    }
-    if (action == QLatin1String("notify")) {
-        NotifyServicePlugin* service = m_hooks.notifyService ? m_hooks.notifyService() : nullptr;
-        if (!service)
-            return QStringLiteral("the host has no notification service");
-        const auto code = unsigned(intOf(json, "code"));
-        const auto w = NotifyParam(intOf(json, "w"));
-        const auto l = NotifyParam(intOf(json, "l"));
-        if (json.contains(QLatin1String("from")))
-            service->notifyFrom(stringOf(json, "from"), code, w, l);
-        else
-            service->BroadcastNotify(code, w, l);
-        return QString();
-    }
-    if (action == QLatin1String("call")) {
-        IDeviceMgr* manager = m_hooks.deviceManager ? m_hooks.deviceManager() : nullptr;
-        if (!manager)
-            return QStringLiteral("no device manager is loaded");
-        DeviceCalls::invoke(manager, stringOf(json, "op"));
-        return QString();
-    }
-    if (action == QLatin1String("trigger"))
-        return triggerMenuEntry(stringOf(json, "action"));
-    if (action == QLatin1String("language")) {
-        const QString lang = stringOf(json, "lang");
-        if (!m_hooks.changeLanguage || !m_hooks.changeLanguage(lang))
-            return QStringLiteral("no catalogue for language \"%1\"").arg(lang);
-        return QString();
-    }
-    if (action == QLatin1String("screenshot")) {
-        QString error;
-        const bool screen = json.value(QLatin1String("screen")).toBool();
-        if (!m_hooks.screenshot || !m_hooks.screenshot(stringOf(json, "file"), screen, &error))
-            return QStringLiteral("screenshot failed: %1").arg(error);
-        return QString();
-    }
-    return executeCardAction(step);
-}
-
-QString ScenarioRunner::executeCardAction(const ScenarioStep& step)
-{
-    sim::VirtualCard& card = sim::VirtualCard::instance();
-    const QString& action = step.name;
-    const QJsonObject& json = step.json;
-    if (action == QLatin1String("plug") || action == QLatin1String("unplug")) {
-        const int device = intOf(json, "device");
-        const bool plug = action == QLatin1String("plug");
-        if (!(plug ? card.plug(device) : card.unplug(device)))
-            return QStringLiteral("the virtual card could not %1 device %2")
-                .arg(action)
-                .arg(device);
-        return QString();
-    }
-    if (action == QLatin1String("event")) {
-        const int code = intOf(json, "code");
-        const QJsonValue payload = json.value(QLatin1String("payload"));
-        if (payload.toString() == QLatin1String("devices")) {
-            card.raiseDeviceListEvent(code);
-            return QString();
-        }
-        if (!payload.isArray()) {
-            card.raiseEvent(code, std::nullopt);
-            return QString();
-        }
-        std::vector<uint32_t> words;
-        for (const QJsonValue& word : payload.toArray())
-            words.push_back(uint32_t(word.toDouble()));
-        card.raiseEvent(code, words);
-        return QString();
-    }
-    if (action == QLatin1String("rf"))
-        card.setRadio(intOf(json, "hw"), intOf(json, "sw"));
-    else if (action == QLatin1String("sim-state"))
-        card.setSimState(intOf(json, "word"));
-    else if (action == QLatin1String("fingerprint"))
-        card.touchFingerprint(uint32_t(intOf(json, "state")));
-    else if (action == QLatin1String("power"))
-        card.powerEvent(uint32_t(intOf(json, "code")));
-    else
-        return QStringLiteral("action \"%1\" is not implemented").arg(action);
-    return QString();
-}
-
-QString ScenarioRunner::executeWidgetAction(const ScenarioStep& step, QWidget* target)
-{
-    const QString& action = step.name;
-    if (action == QLatin1String("type")) {
-        auto* edit = qobject_cast<QLineEdit*>(target);
-        giveFocus(edit);
-        edit->end(false);
-        UserInput::type(edit, stringOf(step.json, "text"));
-        return QString();
-    }
-    if (action == QLatin1String("click")) {
-        UserInput::click(target, clickPoint(target));
-        return QString();
-    }
-    if (action == QLatin1String("key")) {
-        const QKeySequence sequence =
-            QKeySequence::fromString(stringOf(step.json, "key"), QKeySequence::PortableText);
-        giveFocus(target);
-        const Qt::Key key = sequence[0].key();
-        const Qt::KeyboardModifiers modifiers = sequence[0].keyboardModifiers();
-        UserInput::key(target, key, modifiers, keyText(key, modifiers));
-        return QString();
-    }
-    // "close": as the window's own close button would.
-    target->window()->close();
-    return QString();
 }
 
 QString ScenarioRunner::triggerMenuEntry(const QString& name)
@@ -407,7 +230,9 @@ void ScenarioRunner::poll()
 {
     if (!m_waiting || m_finished)
         return;
-    if (m_wait.step->name == QLatin1String("widget"))
+    const ScenarioVocabulary::Expectation* expectation =
+        ScenarioVocabulary::expectation(m_wait.step->name);
+    if (expectation && expectation->onWidget)
         checkWidget();
     else
         checkRecords();

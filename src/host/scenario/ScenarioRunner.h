@@ -57,6 +57,13 @@ public:
     // The transcript index the next expectation searches from.
     int cursor() const { return m_cursor; }
 
+    // What the vocabulary's actions reach of the runner.
+    const RunnerHooks& hooks() const { return m_hooks; }
+    // The reply the next message box gets.
+    void queueAnswer(int code) { m_answers.append(code); }
+    // Triggers the menu entry of that object name; an error text when none.
+    QString triggerMenuEntry(const QString& name);
+
 signals:
     void finished(int exitCode);
 
@@ -72,11 +79,6 @@ private:
     void scheduleNext(int delayMs = 0);
     void runStep();
     void perform(const ScenarioStep& step);
-    // Runs one action; an error text means the step failed.
-    QString execute(const ScenarioStep& step, QWidget* target);
-    QString executeCardAction(const ScenarioStep& step);
-    QString executeWidgetAction(const ScenarioStep& step, QWidget* target);
-    QString triggerMenuEntry(const QString& name);
 
     void beginWait(const ScenarioStep& step);
     void poll();
