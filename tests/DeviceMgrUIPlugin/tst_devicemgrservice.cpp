@@ -120,18 +120,18 @@ private slots:
         }
         // clang-format off
         QTest::newRow("unknown codes, in order") << unknown << U{} << forwarded.join("; ");
-        QTest::newRow("6606 refreshes the list") << QList{6606} << U{} << list + "6606";
-        QTest::newRow("6010 refreshes the list") << QList{6010} << U{} << list + "6010";
-        QTest::newRow("6601 refreshes the list") << QList{6601} << U{} << list + "6601";
-        QTest::newRow("6600 leaves the list")    << QList{6600} << U{} << "6600";
+        QTest::newRow("6606 refreshes the list") << QList{UTPS_EVENT_DEV_DETECTED} << U{} << list + "6606";
+        QTest::newRow("6010 refreshes the list") << QList{UTPS_EVENT_DEV_LIST_UPDATE} << U{} << list + "6010";
+        QTest::newRow("6601 refreshes the list") << QList{UTPS_EVENT_DEV_REJECT} << U{} << list + "6601";
+        QTest::newRow("6600 leaves the list")    << QList{UTPS_EVENT_DEV_ACTIVE} << U{} << "6600";
         // The second radio word is the hardware state.
-        QTest::newRow("6615 (0,1)")  << QList{6615} << U{0, 1} << "rf hw 1 sw 0; 6615";
-        QTest::newRow("6615 (1,0)")  << QList{6615} << U{1, 0} << "rf hw 0 sw 1; 6615";
-        QTest::newRow("6615 null")   << QList{6615} << U{}     << "6615";
-        QTest::newRow("6619 word 7") << QList{6619} << U{7}    << "6619; SIM word 7";
-        QTest::newRow("6619 null")   << QList{6619} << U{}     << "6619";
-        QTest::newRow("6620 word 7") << QList{6620} << U{7}    << "6620; FP word 7";
-        QTest::newRow("6620 null")   << QList{6620} << U{}     << "6620";
+        QTest::newRow("6615 (0,1)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{0, 1} << "rf hw 1 sw 0; 6615";
+        QTest::newRow("6615 (1,0)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{1, 0} << "rf hw 0 sw 1; 6615";
+        QTest::newRow("6615 null")   << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{}     << "6615";
+        QTest::newRow("6619 word 7") << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{7}    << "6619; SIM word 7";
+        QTest::newRow("6619 null")   << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{}     << "6619";
+        QTest::newRow("6620 word 7") << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{7}    << "6620; FP word 7";
+        QTest::newRow("6620 null")   << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{}     << "6620";
         // clang-format on
     }
     void intake()
@@ -162,7 +162,9 @@ private slots:
         g_trace.clear();
         const QtMessageHandler previous = qInstallMessageHandler(noteThread);
         for (int code : codes) {
-            if (payload.isEmpty() && (code == 6606 || code == 6010 || code == 6601 || code == 6600))
+            if (payload.isEmpty() &&
+                (code == UTPS_EVENT_DEV_DETECTED || code == UTPS_EVENT_DEV_LIST_UPDATE ||
+                 code == UTPS_EVENT_DEV_REJECT || code == UTPS_EVENT_DEV_ACTIVE))
                 host.card().raiseDeviceListEvent(code);
             else if (payload.isEmpty())
                 host.card().raiseEvent(code, std::nullopt);

@@ -65,8 +65,8 @@ private slots:
         QObject *output = &sentinel, *first = nullptr, *second = nullptr;
         QVERIFY(!plugin->QueryInterface(4096, &output));
         QCOMPARE(output, &sentinel);
-        QVERIFY(plugin->QueryInterface(4097, &first));
-        QVERIFY(plugin->QueryInterface(4097, &second));
+        QVERIFY(plugin->QueryInterface(DEVICE_MGR_INTERFACE, &first));
+        QVERIFY(plugin->QueryInterface(DEVICE_MGR_INTERFACE, &second));
         QCOMPARE(second, first);
         QPointer<QObject> service = first;
 

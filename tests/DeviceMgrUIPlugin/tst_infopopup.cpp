@@ -72,7 +72,7 @@ private slots:
         QPointer<ExtendDialog> dialog = show(service, "news", 10000).first;
         QVERIFY(dialog);
         dialog->hide();
-        host.card().raiseEvent(6000, std::nullopt);
+        host.card().raiseEvent(UTPS_EVENT_DEV_INIT_BEGIN, std::nullopt);
         QVERIFY(host.waitForEvents());
         QVERIFY(service->initialising());
 

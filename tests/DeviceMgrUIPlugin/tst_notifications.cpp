@@ -57,16 +57,16 @@ private slots:
                                   "broadcast 579 0 0", "broadcast 578 0 0"};
         QCOMPARE(host.records("notify"), missing.isEmpty() ? sent : QStringList());
         QStringList subscribed;
-        for (int code : {786, 784, 785, 787})
+        for (int code : {NTF_CALL_CONNECTED, NTF_CALL_INCOMING, NTF_CALL_OUTGOING, NTF_CALL_ENDED})
             subscribed << QString("%1 %2").arg(LinkPlugins::CallServiceClsid).arg(code);
         QCOMPARE(host.records("subscribe"), missing.isEmpty() ? subscribed : QStringList());
 
         // Only a subscription brings the call service's notifications to the service.
         NotifyServicePlugin* notify = host.siblings().notifyService();
-        notify->notifyFrom(LinkPlugins::CallServiceClsid, 786, 0, 0);
+        notify->notifyFrom(LinkPlugins::CallServiceClsid, NTF_CALL_CONNECTED, 0, 0);
         QVERIFY(host.waitForEvents());
         QCOMPARE(service->callActive(), missing.isEmpty());
-        notify->notifyFrom(LinkPlugins::CallServiceClsid, 787, 0, 0);
+        notify->notifyFrom(LinkPlugins::CallServiceClsid, NTF_CALL_ENDED, 0, 0);
         QVERIFY(host.waitForEvents());
         QVERIFY(!service->callActive());
     }

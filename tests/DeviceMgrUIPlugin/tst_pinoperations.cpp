@@ -196,8 +196,9 @@ private slots:
         row("disable", {.entries = "1234"}, {.result = 0, .retryTimes = 0});
         row("disable wrong, none left", {.pinRetries = 1, .entries = "9999"},
             {.left = 0, .retryTimes = 0, .pinStatus = 3, .emitted = 4});
-        row("disable refused (6000)", {.entries = "1234", .fault = 6000},
-            {.result = 6000, .left = 3, .emitted = 1});
+        row("disable refused (WWAN privilege)",
+            {.entries = "1234", .fault = UTPS_ERROR_WWAN_PRIVILEGE},
+            {.result = UTPS_ERROR_WWAN_PRIVILEGE, .left = 3, .emitted = 1});
         row("disable wrong, unmapped status", {.entries = "9999", .twist = "unmapped"},
             {.left = 2, .retryTimes = 2, .pinStatus = 6, .emitted = 0});
         row("unblock", {.pinRetries = 0, .entries = puk},

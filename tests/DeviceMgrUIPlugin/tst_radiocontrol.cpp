@@ -102,13 +102,21 @@ private slots:
         QTest::addColumn<QList<uint>>("rf"); // RF switch events: hw, sw, hw, sw ...
         QTest::addColumn<QList<int>>("codes");
         QTest::addColumn<int>("lastSw");
-        QTest::newRow("both on") << QList<uint>{1, 1} << QList<int>{577} << 1;
-        QTest::newRow("hw on, sw off") << QList<uint>{1, 0} << QList<int>{576, 580, 580} << 0;
-        QTest::newRow("hw off, sw on") << QList<uint>{0, 1} << QList<int>{576, 580} << 1;
-        QTest::newRow("sw was on") << QList<uint>{1, 1, 1, 0} << QList<int>{577, 576, 580} << 0;
+        QTest::newRow("both on") << QList<uint>{1, 1} << QList<int>{NTF_RF_ON} << 1;
+        QTest::newRow("hw on, sw off")
+            << QList<uint>{1, 0}
+            << QList<int>{NTF_RF_OFF, NTF_RF_SWITCH_CHANGED, NTF_RF_SWITCH_CHANGED} << 0;
+        QTest::newRow("hw off, sw on")
+            << QList<uint>{0, 1} << QList<int>{NTF_RF_OFF, NTF_RF_SWITCH_CHANGED} << 1;
+        QTest::newRow("sw was on") << QList<uint>{1, 1, 1, 0}
+                                   << QList<int>{NTF_RF_ON, NTF_RF_OFF, NTF_RF_SWITCH_CHANGED} << 0;
         QTest::newRow("sw off after hw off")
-            << QList<uint>{0, 0, 1, 0} << QList<int>{576, 580, 576, 580, 580} << 0;
-        QTest::newRow("hw not exactly 1") << QList<uint>{2, 0} << QList<int>{576, 580} << 0;
+            << QList<uint>{0, 0, 1, 0}
+            << QList<int>{NTF_RF_OFF, NTF_RF_SWITCH_CHANGED, NTF_RF_OFF, NTF_RF_SWITCH_CHANGED,
+                          NTF_RF_SWITCH_CHANGED}
+            << 0;
+        QTest::newRow("hw not exactly 1")
+            << QList<uint>{2, 0} << QList<int>{NTF_RF_OFF, NTF_RF_SWITCH_CHANGED} << 0;
     }
     // Created but never started, the service has no access layer yet: radio
     // requests do nothing, while RF switch and power events need none.

@@ -86,7 +86,8 @@ bool deliveredAsTheSdkDoes()
 {
     const QList<Delivery> events = EventRecorder::events();
     for (const Delivery& event : events) {
-        const bool init = event.code >= 6000 && event.code <= 6018;
+        const bool init =
+            event.code >= UTPS_EVENT_DEV_INIT_BEGIN && event.code <= UTPS_EVENT_DEV_FPLOCK;
         if (event.route != (init ? "init" : "devmgr") ||
             event.thread == std::this_thread::get_id() || event.thread != events[0].thread)
             return false;
@@ -125,7 +126,8 @@ bool overrideAnswer(const QString& kind, std::optional<int> value)
     return kind == "rf" ? card().overrideRfState(value) : card().overrideDevStatus(value);
 }
 
-const QList<int> kPinOff{6008, 6012, 6014, 6619};
+const QList<int> kPinOff{UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_NO_PIN,
+                         UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE};
 
 // Child mode (UTPS_PROBE set): three calls on a card, then the call log's size.
 int runProbe()
@@ -182,7 +184,7 @@ private slots:
         QTest::newRow("unblock, tenth wrong PUK blocks") << PinCase().pinTries(0).pukTries(1).unblock(badPuk, bad).fails(-1).left(0).pinStatus(4, 0);
         QTest::newRow("unblock while blocked") << PinCase().pinTries(0).pukTries(0).unblock(kPuk, bad).fails(-1).left(0).pinStatus(4, 0);
         QTest::newRow("unblock, PUK too short") << PinCase().pinTries(0).unblock("1234567", bad).fails(1).left(10).pinStatus(3, 10);
-        QTest::newRow("unblock refused: WWAN owns the PIN") << PinCase().pinTries(0).wwanOwnsPin().unblock(kPuk, bad).fails(6000).left(10).pinStatus(3, 10);
+        QTest::newRow("unblock refused: WWAN owns the PIN") << PinCase().pinTries(0).wwanOwnsPin().unblock(kPuk, bad).fails(UTPS_ERROR_WWAN_PRIVILEGE).left(10).pinStatus(3, 10);
         // clang-format on
     }
     void pinRequests()
@@ -194,7 +196,8 @@ private slots:
         QCOMPARE(QByteArray::fromStdString(card().card(0)->config.sim.pin), c.pinAfter);
         // A SIM waiting for its code reports its state word once the right one was given.
         QVERIFY(card().waitIdle());
-        QCOMPARE(EventRecorder::codes(), c.simReady ? QList<int>{6619} : QList<int>{});
+        QCOMPARE(EventRecorder::codes(),
+                 c.simReady ? QList<int>{UTPS_EVENT_DEV_SIM_STATE_CHANGE} : QList<int>{});
         if (c.simReady)
             QCOMPARE(EventRecorder::events().front().words, QList<uint>{7});
         QVERIFY(deliveredAsTheSdkDoes());
@@ -207,11 +210,21 @@ private slots:
         QTest::addColumn<bool>("fingerprint");
         QTest::addColumn<QList<int>>("tail"); // after 6606, 6600, 6000
         QTest::newRow("protection off") << false << 1 << false << kPinOff;
-        QTest::newRow("protection on") << true << 1 << false << QList<int>{6008, 6011, 6014};
-        QTest::newRow("no SIM") << false << 0 << false << QList<int>{6002, 6012, 6014, 6619};
+        QTest::newRow("protection on")
+            << true << 1 << false
+            << QList<int>{UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                          UTPS_EVENT_DEV_DEVICE_INIT_FINISH};
+        QTest::newRow("no SIM") << false << 0 << false
+                                << QList<int>{UTPS_EVENT_DEV_SIM_INVALID,
+                                              UTPS_EVENT_DEV_DEVICE_NO_PIN,
+                                              UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
+                                              UTPS_EVENT_DEV_SIM_STATE_CHANGE};
         QTest::newRow("SIM word 255, protection on")
-            << true << 255 << false << QList<int>{6002, 6011, 6014, 6619};
-        QTest::newRow("fingerprint card") << false << 1 << true << QList<int>{6018} + kPinOff;
+            << true << 255 << false
+            << QList<int>{UTPS_EVENT_DEV_SIM_INVALID, UTPS_EVENT_DEV_CHECK_PIN,
+                          UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE};
+        QTest::newRow("fingerprint card")
+            << false << 1 << true << QList<int>{UTPS_EVENT_DEV_FPLOCK} + kPinOff;
     }
     void plugSequence()
     {
@@ -227,11 +240,13 @@ private slots:
         const int index = card().addCard(plugged);
         QVERIFY(card().waitIdle());
 
-        QCOMPARE(EventRecorder::codes(), QList<int>({6606, 6600, 6000}) + tail);
+        QCOMPARE(EventRecorder::codes(), QList<int>({UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE,
+                                                     UTPS_EVENT_DEV_INIT_BEGIN}) +
+                                             tail);
         QVERIFY(deliveredAsTheSdkDoes());
         const QList<Delivery> events = EventRecorder::events();
         QCOMPARE(events.front().devices, QStringList{"Card A:1:5"});
-        if (tail.last() == 6619)
+        if (tail.last() == UTPS_EVENT_DEV_SIM_STATE_CHANGE)
             QCOMPARE(events.back().words, QList<uint>{uint(simStatus)});
         QCOMPARE(card().currentCard(), index);
         QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_AVAILABLE});
@@ -243,7 +258,8 @@ private slots:
         addCards({cardConfig("Card A")});
         card().addCard(cardConfig("Card B", true));
         QVERIFY(card().waitIdle());
-        QCOMPARE(EventRecorder::codes(), QList<int>{6606}); // a second card only joins the list
+        QCOMPARE(EventRecorder::codes(),
+                 QList<int>{UTPS_EVENT_DEV_DETECTED}); // a second card only joins the list
         QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
 
         EventRecorder::clear(); // refused: unknown name, wrong port, no name
@@ -252,7 +268,11 @@ private slots:
         QCOMPARE(UTPS_DevSrv_ManualChangeDevice(nullptr, "", 2), 1);
         QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Card B", "", 2), 0);
         QVERIFY(card().waitIdle());
-        QCOMPARE(EventRecorder::codes(), (QList<int>{6500, 6604, 6501, 6000, 6008, 6011, 6014}));
+        QCOMPARE(EventRecorder::codes(),
+                 (QList<int>{UTPS_EVENT_DEV_CHANGE_BEGIN, UTPS_EVENT_DEV_SWITCH,
+                             UTPS_EVENT_DEV_CHANGE_END, UTPS_EVENT_DEV_INIT_BEGIN,
+                             UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                             UTPS_EVENT_DEV_DEVICE_INIT_FINISH}));
         QVERIFY(deliveredAsTheSdkDoes());
         char name[UTPS_SHORT_NAME_LEN] = {};
         QCOMPARE(UTPS_DevSrv_GetDeviceName(name), 0);
@@ -261,7 +281,7 @@ private slots:
         EventRecorder::clear();
         QVERIFY(card().unplug(1));
         QVERIFY(card().waitIdle());
-        QCOMPARE(EventRecorder::codes(), QList<int>{6601});
+        QCOMPARE(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT});
         QCOMPARE(EventRecorder::events()[0].devices, QStringList{"Card A:1:1"});
         QCOMPARE(card().currentCard(), -1);
         QCOMPARE(sdkAnswer("dev"), QList<int>{DEVICE_STATUS_NO_DEVICE});
@@ -270,7 +290,11 @@ private slots:
         QVERIFY(card().plug(1));
         QCOMPARE(UTPS_DevSrv_DetectDevice(), 0);
         QVERIFY(card().waitIdle());
-        QCOMPARE(EventRecorder::codes(), (QList<int>{6606, 6600, 6000, 6008, 6011, 6014, 6606}));
+        QCOMPARE(
+            EventRecorder::codes(),
+            (QList<int>{UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE, UTPS_EVENT_DEV_INIT_BEGIN,
+                        UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                        UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_DETECTED}));
         QCOMPARE(EventRecorder::events()[0].devices, QStringList({"Card A:1:1", "Card B:2:1"}));
         QCOMPARE(EventRecorder::events().back().devices, EventRecorder::events()[0].devices);
         QVERIFY(deliveredAsTheSdkDoes());
@@ -298,14 +322,15 @@ private slots:
         QFETCH(QStringList, delivered);
         for (const Action& registration : registrations)
             registration();
-        card().raiseEvent(6000, std::nullopt);
-        card().raiseDeviceListEvent(6606);
-        card().raiseEvent(6620, std::vector<uint32_t>{0});
+        card().raiseEvent(UTPS_EVENT_DEV_INIT_BEGIN, std::nullopt);
+        card().raiseDeviceListEvent(UTPS_EVENT_DEV_DETECTED);
+        card().raiseEvent(UTPS_EVENT_DEV_FP_VERIFY, std::vector<uint32_t>{0});
         QVERIFY(card().waitIdle());
         QStringList seen;
         for (const Delivery& event : EventRecorder::events()) {
             seen.append(QString("%1 %2").arg(event.code).arg(event.route));
-            QCOMPARE(event.nullPayload, event.code == 6000); // a null payload stays null
+            QCOMPARE(event.nullPayload,
+                     event.code == UTPS_EVENT_DEV_INIT_BEGIN); // a null payload stays null
         }
         QCOMPARE(seen, delivered);
     }
@@ -316,13 +341,15 @@ private slots:
     {
         QTest::addColumn<int>("code");
         QTest::addColumn<QList<uint>>("given");
-        QTest::newRow("radio switch, no word") << 6615 << QList<uint>{};
-        QTest::newRow("radio switch, one word") << 6615 << QList<uint>{1};
-        QTest::newRow("SIM state, no word") << 6619 << QList<uint>{};
-        QTest::newRow("device detected, count only") << 6606 << QList<uint>{1};
-        QTest::newRow("device rejected, no word") << 6601 << QList<uint>{};
-        QTest::newRow("list update, three words") << 6010 << QList<uint>{2, 7, 1};
-        QTest::newRow("init event, more words than needed") << 6011 << QList<uint>{5, 6};
+        QTest::newRow("radio switch, no word") << UTPS_EVENT_DEV_RF_SWITCH << QList<uint>{};
+        QTest::newRow("radio switch, one word") << UTPS_EVENT_DEV_RF_SWITCH << QList<uint>{1};
+        QTest::newRow("SIM state, no word") << UTPS_EVENT_DEV_SIM_STATE_CHANGE << QList<uint>{};
+        QTest::newRow("device detected, count only") << UTPS_EVENT_DEV_DETECTED << QList<uint>{1};
+        QTest::newRow("device rejected, no word") << UTPS_EVENT_DEV_REJECT << QList<uint>{};
+        QTest::newRow("list update, three words")
+            << UTPS_EVENT_DEV_LIST_UPDATE << QList<uint>{2, 7, 1};
+        QTest::newRow("init event, more words than needed")
+            << UTPS_EVENT_DEV_CHECK_PIN << QList<uint>{5, 6};
     }
     void rawPayloadsArePadded()
     {

@@ -1,5 +1,6 @@
 #include "HostSiblings.h"
 #include "Transcript.h"
+#include <DeviceMgrContract.h>
 #include <PluginContainer.h>
 
 #include <QTest>
@@ -62,26 +63,26 @@ private slots:
             QVERIFY(siblings.addNotifyTarget(target));
         // An empty identifier selects no one, not the plug-ins without one.
         for (const char* to : {"B-CLSID", "C-CLSID", ""})
-            notify->SendNotifyTo(to, 1027, 0, 0);
+            notify->SendNotifyTo(to, NTF_UPDATE_PINSTATUS, 0, 0);
         QVERIFY(a.received.isEmpty() && anonymous.received.isEmpty());
         QCOMPARE(b.received, QStringList{"1027 0 0 after 1"});
         QCOMPARE(records().value(1), "notify to C-CLSID 1027 0 0");
         // Recorded, then delivered at once; a plug-in unloaded meanwhile is not called any more.
         a.onNotify = [&unloaded] { unloaded.reset(); };
         const auto address = reinterpret_cast<NotifyParam>(&a);
-        notify->BroadcastNotify(585, address, 9);
+        notify->BroadcastNotify(NTF_PLUGINS_RELOADING, address, 9);
         const QString broadcast = QString("585 %1 9").arg(address);
         QCOMPARE(a.received, QStringList{broadcast + " after 4"});
         QCOMPARE(anonymous.received, a.received);
         QCOMPARE(records().mid(3), QStringList{"notify broadcast " + broadcast});
         // From a source: only once subscribed to that source and code.
         const QString call = LinkPlugins::CallServiceClsid;
-        QCOMPARE(notify->notifyFrom(call, 786, 0, 0), 0);
-        notify->Subscribe(call, 786);
+        QCOMPARE(notify->notifyFrom(call, NTF_CALL_CONNECTED, 0, 0), 0);
+        notify->Subscribe(call, NTF_CALL_CONNECTED);
         QCOMPARE(records().last(), "subscribe " + call + " 786");
-        QCOMPARE(notify->notifyFrom(call, 786, 0, 0), 3);
-        QCOMPARE(notify->notifyFrom(call, 787, 0, 0), 0);
-        QCOMPARE(notify->notifyFrom("other", 786, 0, 0), 0);
+        QCOMPARE(notify->notifyFrom(call, NTF_CALL_CONNECTED, 0, 0), 3);
+        QCOMPARE(notify->notifyFrom(call, NTF_CALL_ENDED, 0, 0), 0);
+        QCOMPARE(notify->notifyFrom("other", NTF_CALL_CONNECTED, 0, 0), 0);
         QCOMPARE(anonymous.received.size(), 2);
     }
     // Reached through the container, as a plug-in reaches them.

@@ -4,6 +4,8 @@
 #include "Transcript.h"
 #include "VirtualCardPanel.h"
 
+#include <DeviceMgrContract.h>
+
 #include <QAction>
 #include <QApplication>
 #include <QFile>
@@ -69,13 +71,13 @@ private slots:
         QTest::addColumn<QString>("state"); // device | SIM | radio
         using Codes = QList<unsigned int>;
         // clang-format off
-        QTest::newRow("nothing yet") << Codes{258, 320, 1027} << "Device: none|SIM: unknown|Radio: unknown";
-        QTest::newRow("initialised and ready") << Codes{581, 578, 577} << "Device: Card A|SIM: ready|Radio: on";
-        QTest::newRow("SIM lost") << Codes{581, 578, 579} << "Device: Card A|SIM: not ready|Radio: unknown";
-        QTest::newRow("radio off") << Codes{577, 576} << "Device: none|SIM: unknown|Radio: off";
-        QTest::newRow("change under way") << Codes{581, 583} << "Device: changing|SIM: unknown|Radio: unknown";
-        QTest::newRow("change done") << Codes{581, 583, 584} << "Device: Card A|SIM: unknown|Radio: unknown";
-        QTest::newRow("cleared device takes its radio state along") << Codes{581, 578, 577, 582} << "Device: none|SIM: ready|Radio: unknown";
+        QTest::newRow("nothing yet") << Codes{NTF_FRAME_SHOWN, NTF_LANGUAGE_CHANGED, NTF_UPDATE_PINSTATUS} << "Device: none|SIM: unknown|Radio: unknown";
+        QTest::newRow("initialised and ready") << Codes{NTF_DEVICE_INIT_SUCCESS, NTF_SIM_READY, NTF_RF_ON} << "Device: Card A|SIM: ready|Radio: on";
+        QTest::newRow("SIM lost") << Codes{NTF_DEVICE_INIT_SUCCESS, NTF_SIM_READY, NTF_SIM_NOT_READY} << "Device: Card A|SIM: not ready|Radio: unknown";
+        QTest::newRow("radio off") << Codes{NTF_RF_ON, NTF_RF_OFF} << "Device: none|SIM: unknown|Radio: off";
+        QTest::newRow("change under way") << Codes{NTF_DEVICE_INIT_SUCCESS, NTF_DEVICE_CHANGE_BEGIN} << "Device: changing|SIM: unknown|Radio: unknown";
+        QTest::newRow("change done") << Codes{NTF_DEVICE_INIT_SUCCESS, NTF_DEVICE_CHANGE_BEGIN, NTF_DEVICE_CHANGE_END} << "Device: Card A|SIM: unknown|Radio: unknown";
+        QTest::newRow("cleared device takes its radio state along") << Codes{NTF_DEVICE_INIT_SUCCESS, NTF_SIM_READY, NTF_RF_ON, NTF_MINIFRAME_DEVICE_STATE} << "Device: none|SIM: ready|Radio: unknown";
         // clang-format on
     }
     void stateFromNotifications()
@@ -104,7 +106,7 @@ private slots:
         m_siblings->mainMenu()->RefreshMenu();
         m_siblings->mainMenu()->RefreshDeviceMenu();
         m_siblings->mainMenu()->DisableDeviceMenu();
-        broadcast({581, 578, 577, 582});
+        broadcast({NTF_DEVICE_INIT_SUCCESS, NTF_SIM_READY, NTF_RF_ON, NTF_MINIFRAME_DEVICE_STATE});
         QCOMPARE(manager.stateQueries, 0);
         emit menu->aboutToShow();
         QVERIFY(manager.stateQueries > 0);

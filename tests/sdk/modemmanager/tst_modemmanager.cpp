@@ -17,7 +17,9 @@
 namespace {
 
 constexpr int kModemTimeoutMs = 15000;
-const QList<int> kLockedPlug = {6606, 6600, 6000, 6008, 6011, 6014};
+const QList<int> kLockedPlug = {UTPS_EVENT_DEV_DETECTED,   UTPS_EVENT_DEV_ACTIVE,
+                                UTPS_EVENT_DEV_INIT_BEGIN, UTPS_EVENT_DEV_INIT_SUCCESS,
+                                UTPS_EVENT_DEV_CHECK_PIN,  UTPS_EVENT_DEV_DEVICE_INIT_FINISH};
 
 struct PinAnswer
 {
@@ -157,7 +159,7 @@ void TestModemManager::cleanup()
     // Every card is gone, and the last unplug told: the next test starts
     // with none current and no event on its way.
     QTRY_VERIFY_WITH_TIMEOUT(!EventRecorder::events().isEmpty() &&
-                                 EventRecorder::events().back().code == 6601 &&
+                                 EventRecorder::events().back().code == UTPS_EVENT_DEV_REJECT &&
                                  EventRecorder::events().back().devices.isEmpty(),
                              kModemTimeoutMs);
 }
@@ -213,12 +215,21 @@ void TestModemManager::plugAndUnplug_data()
 
     AtModemConfig longName = sim(false);
     longName.model = "A Modem With A Very Long Model Name";
-    const QList<int> ready = {6606, 6600, 6000, 6008, 6012, 6014, 6619};
+    const QList<int> ready = {UTPS_EVENT_DEV_DETECTED,        UTPS_EVENT_DEV_ACTIVE,
+                              UTPS_EVENT_DEV_INIT_BEGIN,      UTPS_EVENT_DEV_INIT_SUCCESS,
+                              UTPS_EVENT_DEV_DEVICE_NO_PIN,   UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
+                              UTPS_EVENT_DEV_SIM_STATE_CHANGE};
     QTest::newRow("PIN locked") << sim(true) << kLockedPlug << 1 << UTPS_PIN_STATUS_PIN_REQUIRED;
     QTest::newRow("PIN off") << sim(false) << ready << 1 << UTPS_PIN_STATUS_DISABLED;
     QTest::newRow("long model name") << longName << ready << 1 << UTPS_PIN_STATUS_DISABLED;
-    QTest::newRow("no SIM") << sim(false, false)
-                            << QList<int>{6606, 6600, 6000, 6002, 6012, 6014, 6619} << 255 << -1;
+    QTest::newRow("no SIM") << sim(false, false) << QList<int>{UTPS_EVENT_DEV_DETECTED,
+                                                               UTPS_EVENT_DEV_ACTIVE,
+                                                               UTPS_EVENT_DEV_INIT_BEGIN,
+                                                               UTPS_EVENT_DEV_SIM_INVALID,
+                                                               UTPS_EVENT_DEV_DEVICE_NO_PIN,
+                                                               UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
+                                                               UTPS_EVENT_DEV_SIM_STATE_CHANGE}
+                            << 255 << -1;
 }
 
 void TestModemManager::plugAndUnplug()
@@ -230,7 +241,7 @@ void TestModemManager::plugAndUnplug()
     AtModem* modem = plug("plug", config, codes);
     QVERIFY(modem);
     const QString name = QString::fromStdString(config.model).left(UTPS_SHORT_NAME_LEN - 1);
-    if (codes.contains(6619))
+    if (codes.contains(UTPS_EVENT_DEV_SIM_STATE_CHANGE))
         QCOMPARE(EventRecorder::events().back().words, QList<uint>{uint(simStatus)});
 
     char shortName[UTPS_SHORT_NAME_LEN];
@@ -253,7 +264,8 @@ void TestModemManager::plugAndUnplug()
 
     EventRecorder::clear();
     unplug("plug");
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT},
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().front().devices, QStringList{});
     QCOMPARE(UTPS_DevSrv_GetDevStatus(&device), 0);
     QCOMPARE(device, DEVICE_STATUS_NO_DEVICE);
@@ -296,7 +308,8 @@ void TestModemManager::wrongPinsThenPuk()
     QCOMPARE(UTPS_DevSrv_UnblockPin(0, "12345678", "4321", &left), 0);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_VERIFIED);
     QCOMPARE(m_bed->modem("puk")->state().sim.pinTries, 3);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6619}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_SIM_STATE_CHANGE},
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().front().words, QList<uint>{1});
     // Ready means initialised with the SIM: its IMSI is known.
     char imsi[UTPS_IMSI_LEN] = {};
@@ -316,14 +329,18 @@ void TestModemManager::reprobeThatNeverComesBack()
     QElapsedTimer held;
     held.start();
     unplug("gone");
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT}, 20000);
     QVERIFY2(held.elapsed() > 4000, qPrintable(QString::number(held.elapsed())));
     QCOMPARE(pinStatus().result, 1);
 }
 
 void TestModemManager::pinProtection()
 {
-    AtModem* modem = plug("protect", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619});
+    AtModem* modem =
+        plug("protect", sim(false),
+             {UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE, UTPS_EVENT_DEV_INIT_BEGIN,
+              UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_NO_PIN,
+              UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE});
     QVERIFY(modem);
     QCOMPARE(UTPS_DevSrv_EnablePin(0, "0000"), -1);
     QCOMPARE(pinStatus().retries, 2);
@@ -348,19 +365,26 @@ void TestModemManager::radioOffAndOn()
     // The zte plugin has the modem's power switched with CFUN; the generic
     // one does not.
     AtModem* modem =
-        plug("zte", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619}, QStringLiteral("zte"));
+        plug("zte", sim(false),
+             {UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE, UTPS_EVENT_DEV_INIT_BEGIN,
+              UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_NO_PIN,
+              UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE},
+             QStringLiteral("zte"));
     QVERIFY(modem);
     QCOMPARE(radio(), std::make_pair(1, 1));
     EventRecorder::clear();
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(0), 0);
     QCOMPARE(modem->state().cfun, 4);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6615}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_RF_SWITCH},
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().back().words, (QList<uint>{0, 1}));
     QCOMPARE(radio(), std::make_pair(0, 1));
 
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0);
     QCOMPARE(modem->state().cfun, 1);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), (QList<int>{6615, 6615}), kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(),
+                              (QList<int>{UTPS_EVENT_DEV_RF_SWITCH, UTPS_EVENT_DEV_RF_SWITCH}),
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().back().words, (QList<uint>{1, 1}));
     QCOMPARE(radio(), std::make_pair(1, 1));
     // Radio on also enables the modem: it registers with the network.
@@ -369,7 +393,11 @@ void TestModemManager::radioOffAndOn()
 
 void TestModemManager::controlsOfAPlainModem()
 {
-    AtModem* modem = plug("plain", sim(false), {6606, 6600, 6000, 6008, 6012, 6014, 6619});
+    AtModem* modem =
+        plug("plain", sim(false),
+             {UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE, UTPS_EVENT_DEV_INIT_BEGIN,
+              UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_DEVICE_NO_PIN,
+              UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE});
     QVERIFY(modem);
     QCOMPARE(UTPS_DevSrv_SetRFSwitch(1), 0); // on, and the modem enabled
     QVERIFY(m_bed->waitForState("plain", MM_MODEM_STATE_REGISTERED, kModemTimeoutMs));
@@ -398,7 +426,7 @@ void TestModemManager::twoModemsAndSwitch()
     const int first = port();
     AtModemConfig other = sim(false);
     other.model = "Second Modem";
-    QVERIFY(plug("second", other, kLockedPlug + QList<int>{6606}));
+    QVERIFY(plug("second", other, kLockedPlug + QList<int>{UTPS_EVENT_DEV_DETECTED}));
     const QStringList both = {QStringLiteral("LM Emulated Modem:%1:1").arg(first),
                               QStringLiteral("Second Modem:%1:1").arg(first + 1)};
     QCOMPARE(EventRecorder::events().back().devices, both);
@@ -407,20 +435,26 @@ void TestModemManager::twoModemsAndSwitch()
     EventRecorder::clear();
     QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Second Modem", "", first), 1); // name and port differ
     QCOMPARE(UTPS_DevSrv_ManualChangeDevice("Second Modem", "", first + 1), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(),
-                              (QList<int>{6500, 6604, 6501, 6000, 6008, 6012, 6014, 6619}),
-                              kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        EventRecorder::codes(),
+        (QList<int>{UTPS_EVENT_DEV_CHANGE_BEGIN, UTPS_EVENT_DEV_SWITCH, UTPS_EVENT_DEV_CHANGE_END,
+                    UTPS_EVENT_DEV_INIT_BEGIN, UTPS_EVENT_DEV_INIT_SUCCESS,
+                    UTPS_EVENT_DEV_DEVICE_NO_PIN, UTPS_EVENT_DEV_DEVICE_INIT_FINISH,
+                    UTPS_EVENT_DEV_SIM_STATE_CHANGE}),
+        kModemTimeoutMs);
     QCOMPARE(port(), first + 1);
     QCOMPARE(pinStatus().status, UTPS_PIN_STATUS_DISABLED);
 
     EventRecorder::clear();
     unplug("first");
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT},
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().front().devices, both.mid(1));
     QCOMPARE(port(), first + 1);
     EventRecorder::clear();
     QCOMPARE(UTPS_DevSrv_DetectDevice(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6606}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_DETECTED},
+                              kModemTimeoutMs);
     QCOMPARE(EventRecorder::events().front().devices, both.mid(1));
 }
 
@@ -436,7 +470,8 @@ void TestModemManager::modemVanishesDuringPinRequest()
     });
     QVERIFY(modem->waitForCommand("AT+CPIN=", kModemTimeoutMs) >= 0);
     unplug("vanish");
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT},
+                              kModemTimeoutMs);
     QVERIFY(request.wait_for(std::chrono::seconds(30)) == std::future_status::ready);
     QCOMPARE(request.get(), 1);
     QCOMPARE(pinStatus().result, 1); // no card: a clean failure
@@ -448,7 +483,8 @@ void TestModemManager::daemonKilledAndRestarted()
     const int before = port();
     EventRecorder::clear();
     m_bed->killDaemon();
-    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{6601}, kModemTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(EventRecorder::codes(), QList<int>{UTPS_EVENT_DEV_REJECT},
+                              kModemTimeoutMs);
     QTRY_VERIFY_WITH_TIMEOUT(!utps::backendStatus().ready, kModemTimeoutMs);
     QVERIFY(QString::fromStdString(utps::backendStatus().message).contains("not running"));
     QCOMPARE(UTPS_DevSrv_IsWWanServiceActive(), -1);

@@ -81,14 +81,14 @@ void TestModemRegistry::reprobeThatNeverComesBack()
     QCOMPARE(registry.nextExpiry(), std::optional(t0 + 2s + ModemRegistry::ReprobeHold));
     QCOMPARE(codes(registry.expire(t0 + 3s)), QList<int>{});
     const auto events = registry.expire(t0 + 2s + ModemRegistry::ReprobeHold);
-    QCOMPARE(codes(events), QList<int>{6601});
+    QCOMPARE(codes(events), QList<int>{UTPS_EVENT_DEV_REJECT});
     QCOMPARE(events[0].list->nDevNum, 0);
     QVERIFY(!registry.current());
 
     // Out of the window a vanishing modem is unplugged at once.
     registry.reconcile({modem("b", MM_MODEM_STATE_LOCKED, MM_MODEM_LOCK_SIM_PUK)}, t0 + 20s);
     QCOMPARE(codes(registry.reconcile({}, t0 + 20s + ModemRegistry::ReprobeWindow)),
-             QList<int>{6601});
+             QList<int>{UTPS_EVENT_DEV_REJECT});
 }
 
 void TestModemRegistry::modemBackAfterUnplugKeepsItsPort()
@@ -105,16 +105,22 @@ void TestModemRegistry::modemBackAfterUnplugKeepsItsPort()
     QCOMPARE(codes(registry.reconcile({a}, t0)), QList<int>{});
     QCOMPARE(registry.deviceList().nDevNum, 1);
     QCOMPARE(codes(registry.setDeviceCallback(true)),
-             (QList<int>{6606, 6600, 6000, 6008, 6011, 6014, 6619}));
-    QCOMPARE(codes(registry.reconcile({a, z}, t0)), QList<int>{6606});
+             (QList<int>{UTPS_EVENT_DEV_DETECTED, UTPS_EVENT_DEV_ACTIVE, UTPS_EVENT_DEV_INIT_BEGIN,
+                         UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                         UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE}));
+    QCOMPARE(codes(registry.reconcile({a, z}, t0)), QList<int>{UTPS_EVENT_DEV_DETECTED});
 
     ModemRegistry::Events events;
     QVERIFY(registry.switchTo("Model z", 2, &events));
-    QCOMPARE(codes(events), (QList<int>{6500, 6604, 6501, 6000, 6008, 6011, 6014, 6619}));
-    QCOMPARE(codes(registry.reconcile({z}, t0)), QList<int>{6601});
+    QCOMPARE(codes(events),
+             (QList<int>{UTPS_EVENT_DEV_CHANGE_BEGIN, UTPS_EVENT_DEV_SWITCH,
+                         UTPS_EVENT_DEV_CHANGE_END, UTPS_EVENT_DEV_INIT_BEGIN,
+                         UTPS_EVENT_DEV_INIT_SUCCESS, UTPS_EVENT_DEV_CHECK_PIN,
+                         UTPS_EVENT_DEV_DEVICE_INIT_FINISH, UTPS_EVENT_DEV_SIM_STATE_CHANGE}));
+    QCOMPARE(codes(registry.reconcile({z}, t0)), QList<int>{UTPS_EVENT_DEV_REJECT});
     auto back = a;
     back.path = "/Modem/9";
-    QCOMPARE(codes(registry.reconcile({z, back}, t0)), QList<int>{6606});
+    QCOMPARE(codes(registry.reconcile({z, back}, t0)), QList<int>{UTPS_EVENT_DEV_DETECTED});
     const DeviceList list = registry.deviceList();
     QCOMPARE(QString(list.stDevInfo[1].szDeviceName), QString("Model a"));
     QCOMPARE(list.stDevInfo[1].nPort, 1);
@@ -129,7 +135,7 @@ void TestModemRegistry::hardwareRadioSwitch()
     registry.setDeviceCallback(true);
     registry.reconcile({modem("a", MM_MODEM_STATE_DISABLED, MM_MODEM_LOCK_NONE)}, t0);
     const auto events = registry.setHardwareRadio(1);
-    QCOMPARE(codes(events), QList<int>{6615});
+    QCOMPARE(codes(events), QList<int>{UTPS_EVENT_DEV_RF_SWITCH});
     QCOMPARE(events[0].words, (std::vector<uint32_t>{1, 1}));
     QCOMPARE(codes(registry.setHardwareRadio(1)), QList<int>{});
     auto low = modem("a", MM_MODEM_STATE_DISABLED, MM_MODEM_LOCK_NONE);
@@ -184,8 +190,9 @@ void TestModemRegistry::refusals_data()
     QTest::newRow("success") << QString() << 0;
     QTest::newRow("wrong PIN") << mm + "MobileEquipment.IncorrectPassword" << -1;
     QTest::newRow("last PIN try") << mm + "MobileEquipment.SimPuk" << -1;
-    QTest::newRow("polkit") << mm + "Core.Unauthorized" << 6000;
-    QTest::newRow("bus policy") << "org.freedesktop.DBus.Error.AccessDenied" << 6000;
+    QTest::newRow("polkit") << mm + "Core.Unauthorized" << UTPS_ERROR_WWAN_PRIVILEGE;
+    QTest::newRow("bus policy") << "org.freedesktop.DBus.Error.AccessDenied"
+                                << UTPS_ERROR_WWAN_PRIVILEGE;
     QTest::newRow("wrong state") << mm + "Core.WrongState" << 1;
     QTest::newRow("daemon gone") << "org.freedesktop.DBus.Error.ServiceUnknown" << 1;
     QTest::newRow("no reply") << "org.freedesktop.DBus.Error.NoReply" << 1;

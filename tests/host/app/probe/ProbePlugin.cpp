@@ -1,6 +1,7 @@
 // A plug-in for linkhost's tests: it tells what the host does to it through
 // the host's settings, recorded as "setting probe/<operation> = <value>".
 #include "CommonUtils.h"
+#include "DeviceMgrContract.h"
 #include "PluginInterfaces.h"
 
 #include <QPointer>
@@ -34,7 +35,7 @@ public:
     bool IsAllowRelease() override { return false; }
     bool QueryInterface(int iid, QObject** object) override
     {
-        if (iid != 4097)
+        if (iid != DEVICE_MGR_INTERFACE)
             return false;
         *object = this;
         return true;
