@@ -121,8 +121,7 @@ int main(int argc, char** argv)
     QTemporaryDir folder;
     CommonUtils::SetSettingsFolder(folder.path());
     QString error;
-    const bool trace = qEnvironmentVariableIsSet("BENCH_TRACE");
-    if (!HostLog::open(folder.filePath(QStringLiteral("linkhost.log")), trace, &error))
+    if (!HostLog::open(folder.filePath(QStringLiteral("linkhost.log")), false, &error))
         fail(qPrintable(error));
     DialogWatch watch;
     app.installEventFilter(&watch);

@@ -54,14 +54,21 @@ class tst_PinDialogs : public QObject
         if (!m_host->waitForEvents())
             return nullptr;
         m_host->clearMessages();
+        request(which);
+        return current(which);
+    }
+
+    // Asks for the dialog as another plug-in would.
+    void request(const QString& which)
+    {
         if (which == "verify")
-            return m_service->VerifyPIN(), m_service->verifyPinDialog();
-        if (which == "puk")
-            return m_service->UnlockPIN(), m_service->pukDialog();
-        if (which == "modify")
-            return m_service->ModifyPIN(), m_service->modifyDialog();
-        which == "enable" ? m_service->EnablePIN() : m_service->DisablePIN();
-        return m_service->pinDialog();
+            m_service->VerifyPIN();
+        else if (which == "puk")
+            m_service->UnlockPIN();
+        else if (which == "modify")
+            m_service->ModifyPIN();
+        else
+            which == "enable" ? m_service->EnablePIN() : m_service->DisablePIN();
     }
 
     QDialog* current(const QString& which) const
@@ -97,10 +104,7 @@ private slots:
         QVERIFY(dialog && dialog->isVisible());
         delete dialog;
         QVERIFY(!current(which));
-        which == "verify"   ? m_service->VerifyPIN()
-        : which == "puk"    ? m_service->UnlockPIN()
-        : which == "modify" ? m_service->ModifyPIN()
-                            : m_service->EnablePIN();
+        request(which);
         QDialog* again = current(which);
         QVERIFY(again && again != dialog && again->isVisible());
         auto* field = again->findChild<LineEdit*>();

@@ -35,4 +35,14 @@ bool hasType(const QJsonValue& value, Type type);
 bool checkFields(const QJsonObject& object, const std::vector<Field>& fields, const QString& where,
                  QString* error);
 
+// A checked step's values.
+inline QString stringOf(const QJsonObject& json, const char* key)
+{
+    return json.value(QLatin1String(key)).toString();
+}
+inline int intOf(const QJsonObject& json, const char* key, int fallback = 0)
+{
+    return json.value(QLatin1String(key)).toInt(fallback);
+}
+
 } // namespace ScenarioFields

@@ -2,6 +2,7 @@
 
 #include "CommonUtils.h"
 #include "RecordMatcher.h"
+#include "ScenarioFields.h"
 #include "ScenarioVocabulary.h"
 #include "Transcript.h"
 #include "WidgetFinder.h"
@@ -22,15 +23,8 @@ constexpr int PollMs = 10;
 constexpr int RetryMs = 20;
 constexpr int LastRecordsShown = 5;
 
-QString stringOf(const QJsonObject& json, const char* key)
-{
-    return json.value(QLatin1String(key)).toString();
-}
-
-int intOf(const QJsonObject& json, const char* key, int fallback = 0)
-{
-    return json.value(QLatin1String(key)).toInt(fallback);
-}
+using ScenarioFields::intOf;
+using ScenarioFields::stringOf;
 
 WidgetQuery queryOf(const ScenarioStep& step)
 {

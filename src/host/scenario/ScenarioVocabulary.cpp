@@ -27,15 +27,8 @@ using ScenarioFields::Field;
 using ScenarioFields::isInt;
 using ScenarioFields::Type;
 
-QString stringOf(const QJsonObject& json, const char* key)
-{
-    return json.value(QLatin1String(key)).toString();
-}
-
-int intOf(const QJsonObject& json, const char* key)
-{
-    return json.value(QLatin1String(key)).toInt();
-}
+using ScenarioFields::intOf;
+using ScenarioFields::stringOf;
 
 // Checks beyond the fields' types.
 
