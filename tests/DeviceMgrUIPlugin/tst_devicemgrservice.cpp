@@ -118,20 +118,22 @@ private slots:
             unknown << code;
             forwarded << QString::number(code);
         }
+        const auto n = [](int code) { return QString::number(code); };
         // clang-format off
         QTest::newRow("unknown codes, in order") << unknown << U{} << forwarded.join("; ");
-        QTest::newRow("6606 refreshes the list") << QList{UTPS_EVENT_DEV_DETECTED} << U{} << list + "6606";
-        QTest::newRow("6010 refreshes the list") << QList{UTPS_EVENT_DEV_LIST_UPDATE} << U{} << list + "6010";
-        QTest::newRow("6601 refreshes the list") << QList{UTPS_EVENT_DEV_REJECT} << U{} << list + "6601";
-        QTest::newRow("6600 leaves the list")    << QList{UTPS_EVENT_DEV_ACTIVE} << U{} << "6600";
+        QTest::newRow("detected refreshes the list") << QList{UTPS_EVENT_DEV_DETECTED} << U{} << list + n(UTPS_EVENT_DEV_DETECTED);
+        QTest::newRow("list update refreshes the list") << QList{UTPS_EVENT_DEV_LIST_UPDATE} << U{} << list + n(UTPS_EVENT_DEV_LIST_UPDATE);
+        QTest::newRow("reject refreshes the list") << QList{UTPS_EVENT_DEV_REJECT} << U{} << list + n(UTPS_EVENT_DEV_REJECT);
+        QTest::newRow("active leaves the list")    << QList{UTPS_EVENT_DEV_ACTIVE} << U{} << n(UTPS_EVENT_DEV_ACTIVE);
         // The second radio word is the hardware state.
-        QTest::newRow("6615 (0,1)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{0, 1} << "rf hw 1 sw 0; 6615";
-        QTest::newRow("6615 (1,0)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{1, 0} << "rf hw 0 sw 1; 6615";
-        QTest::newRow("6615 null")   << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{}     << "6615";
-        QTest::newRow("6619 word 7") << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{7}    << "6619; SIM word 7";
-        QTest::newRow("6619 null")   << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{}     << "6619";
-        QTest::newRow("6620 word 7") << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{7}    << "6620; FP word 7";
-        QTest::newRow("6620 null")   << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{}     << "6620";
+        const QString rf = n(UTPS_EVENT_DEV_RF_SWITCH), sim = n(UTPS_EVENT_DEV_SIM_STATE_CHANGE), fp = n(UTPS_EVENT_DEV_FP_VERIFY);
+        QTest::newRow("radio (0,1)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{0, 1} << "rf hw 1 sw 0; " + rf;
+        QTest::newRow("radio (1,0)")  << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{1, 0} << "rf hw 0 sw 1; " + rf;
+        QTest::newRow("radio null")   << QList{UTPS_EVENT_DEV_RF_SWITCH} << U{}     << rf;
+        QTest::newRow("SIM word 7") << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{7}    << sim + "; SIM word 7";
+        QTest::newRow("SIM null")   << QList{UTPS_EVENT_DEV_SIM_STATE_CHANGE} << U{}     << sim;
+        QTest::newRow("fingerprint word 7") << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{7}    << fp + "; FP word 7";
+        QTest::newRow("fingerprint null")   << QList{UTPS_EVENT_DEV_FP_VERIFY} << U{}     << fp;
         // clang-format on
     }
     void intake()
@@ -250,12 +252,14 @@ private slots:
         Transcript::instance().clear();
         // Past the intake before the quit, the slot drops it.
         emit service->signalDeviceMgrEventHandler(UTPS_EVENT_DEV_ACTIVE);
-        host.card().addCard({}); // plugged: raises 6606
+        host.card().addCard({}); // plugged: raises UTPS_EVENT_DEV_DETECTED
         host.card().raiseEvent(UTPS_EVENT_DEV_INIT_SUCCESS, std::nullopt);
         QVERIFY(host.waitForEvents());
 
         // The init callback still forwards; its slot drops the event.
-        QCOMPARE(received.seen, (QStringList{"6600", "init 6008"}));
+        QCOMPARE(received.seen,
+                 (QStringList{QString::number(UTPS_EVENT_DEV_ACTIVE),
+                              "init " + QString::number(UTPS_EVENT_DEV_INIT_SUCCESS)}));
         QCOMPARE(service->uiLogic()->StoredDeviceInfo().nDevNum, 1);
         QVERIFY(host.records("notify").isEmpty());
         QVERIFY(host.records("menu").isEmpty());

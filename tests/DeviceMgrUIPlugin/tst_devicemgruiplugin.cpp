@@ -97,14 +97,17 @@ private slots:
         QVERIFY(host.waitForEvents());
         const QStringList lines = trace.lines();
         qsizetype at = -1;
-        for (const char* text :
-             {"OnDevMgrEventsCB : called event = 6606 ",
-              "OnDevMgrEventsCB :Update Device Info on events",
-              "deviceMgrEventHandler :UTPS_EVENT_DEV_DETECTED",
-              "OnDevMgrEventsCB : called event = 6601 ",
-              "deviceMgrEventHandler : 6601 Device event (UTPS_EVENT_DEV_REJECT)"}) {
+        const QString called = "OnDevMgrEventsCB : called event = %1 ";
+        for (const QString& text :
+             {called.arg(UTPS_EVENT_DEV_DETECTED),
+              QString("OnDevMgrEventsCB :Update Device Info on events"),
+              QString("deviceMgrEventHandler :UTPS_EVENT_DEV_DETECTED"),
+              called.arg(UTPS_EVENT_DEV_REJECT),
+              QString("deviceMgrEventHandler : %1 Device event (UTPS_EVENT_DEV_REJECT)")
+                  .arg(UTPS_EVENT_DEV_REJECT)}) {
             const QRegularExpression line(".*" + QRegularExpression::escape(text) + ".*");
-            QVERIFY2((at = lines.indexOf(line, at + 1)) >= 0, text); // each after the one before
+            QVERIFY2((at = lines.indexOf(line, at + 1)) >= 0,
+                     qPrintable(text)); // each after the one before
         }
 
         plugin->UnSDKRegisterEvent();

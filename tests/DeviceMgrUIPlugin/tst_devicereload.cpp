@@ -27,19 +27,22 @@ class TestDeviceReload : public QObject
         m_host->container().setReloadMap(QJsonDocument::fromJson(map).object());
     }
 
-    // The 585 broadcasts, with the lists they point at, and the plug-in
+    // The plug-in reload broadcasts, with the lists they point at, and the plug-in
     // operations, in the order they happened.
     QString reloadSequence() const
     {
         const QStringList& changed = m_chooser->changedPlugins();
         const QStringList& unload = m_chooser->unloadPlugins();
-        const QString ours =
-            QString("broadcast 585 %1 %2").arg(quintptr(&changed)).arg(quintptr(&unload));
+        const QString ours = QString("broadcast %1 %2 %3")
+                                 .arg(NTF_PLUGINS_RELOADING)
+                                 .arg(quintptr(&changed))
+                                 .arg(quintptr(&unload));
+        const QString others = QString("broadcast %1 ").arg(NTF_PLUGINS_RELOADING);
         QStringList sequence;
         for (const Transcript::Record& record : Transcript::instance().records()) {
             if (record.text == ours)
-                sequence << "585 changed=" + changed.join(',') + " unload=" + unload.join(',');
-            else if (record.kind == "plugin" || record.text.startsWith("broadcast 585 "))
+                sequence << "reload changed=" + changed.join(',') + " unload=" + unload.join(',');
+            else if (record.kind == "plugin" || record.text.startsWith(others))
                 sequence << record.text; // lists somebody else's
         }
         return sequence.join("; ");
@@ -67,7 +70,7 @@ private slots:
         // Product type decides the force flag; the map has no sets to compare.
         QTest::newRow("first choice, same type") << Choice{true, 2, 1, yes, false, true, ""};
         QTest::newRow("first choice, SIM to UIM")
-            << Choice{true, 1, 1, yes, false, true, "585 changed= unload="};
+            << Choice{true, 1, 1, yes, false, true, "reload changed= unload="};
         QTest::newRow("card in use") << Choice{false, 2, 0, yes, false, false, ""};
         // Different sets, yet the reload is left to the SDK's device-change events.
         QTest::newRow("another card, Yes") << Choice{false, 1, 1, yes, true, true, ""};
@@ -117,10 +120,10 @@ private slots:
         QTest::addColumn<QStringList>("devices"); // reloaded for in turn, the last one observed
         QTest::addColumn<QString>("expected");
         QTest::newRow("first set: empty unload list")
-            << QStringList{"Card A"} << "585 changed=P1,P2 unload=";
+            << QStringList{"Card A"} << "reload changed=P1,P2 unload=";
         QTest::newRow("other set: unregister all, then unload and load each")
             << QStringList{"Card A", "Card B"}
-            << "585 changed=P3 unload=P1,P2; unregister P1; unregister P2; "
+            << "reload changed=P3 unload=P1,P2; unregister P1; unregister P2; "
                "unload P1; load P1; unload P2; load P2";
         QTest::newRow("same set, not forced") << QStringList{"Card B", "Card B"} << "";
     }

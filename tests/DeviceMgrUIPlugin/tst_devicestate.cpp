@@ -181,8 +181,10 @@ class tst_DeviceState : public QObject
         seen["messages"] = listOrNone(messages, ", ");
         seen["type asked"] = QString::number(callCount("UTPS_DevSrv_GetProductType"));
         seen["subscriptions"] = QString::number(records("subscribe").size());
-        seen["SIM not ready told"] = records("notify").contains("broadcast 579 0 0") ? "yes" : "no";
-        seen["reloads told"] = QString::number(records("notify").filter("broadcast 585 ").size());
+        seen["SIM not ready told"] =
+            records("notify").contains(broadcast(NTF_SIM_NOT_READY)) ? "yes" : "no";
+        const QString reload = QString("broadcast %1 ").arg(NTF_PLUGINS_RELOADING);
+        seen["reloads told"] = QString::number(records("notify").filter(reload).size());
         seen["pin status"] = QString::number(s->pinStatus());
         seen["current"] = s->currentDeviceName().isEmpty() ? "none" : s->currentDeviceName();
         seen["previous"] =
@@ -218,10 +220,11 @@ private slots:
             sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)}; // every flag off its reset value
         const Steps beforeFrame = {sdk(UTPS_EVENT_DEV_DETECTED), sdk(UTPS_EVENT_DEV_ACTIVE),
                                    sdk(UTPS_EVENT_DEV_CHANGE_END)}; // each shows something later
-        const QString toldReady =
-            "notify: broadcast 578 0 0 | menu: RefreshMenu | info: none | messages: none";
+        const QString notReady = "notify: " + broadcast(NTF_SIM_NOT_READY);
+        const QString toldReady = "notify: " + broadcast(NTF_SIM_READY) +
+                                  " | menu: RefreshMenu | info: none | messages: none";
         const QString toldNotReady =
-            "notify: broadcast 579 0 0 | menu: RefreshMenu | info: none | messages: none";
+            notReady + " | menu: RefreshMenu | info: none | messages: none";
         const QString simInvalid = "No valid %1 card was found. Please insert a valid %1 card and "
                                    "plug in the device again.";
         const auto choice = [](int from, int to) {
@@ -231,17 +234,17 @@ private slots:
         QTest::newRow("initial state") << noCard << Steps{} << "state: sim => invalid";
         QTest::newRow("ready card") << simCard << Steps{} << "state: device sim pin => valid";
         QTest::newRow("unusable SIM card") << Cards{card("Card A", 0)} << Steps{} << "state: device => invalid";
-        QTest::newRow("6008 init success") << noCard << Steps{sdk(UTPS_EVENT_DEV_INIT_SUCCESS)} << "state: device sim => invalid";
-        QTest::newRow("6014 without device") << noCard << Steps{sdk(UTPS_EVENT_DEV_DEVICE_INIT_FINISH)} << "state: sim => invalid";
-        QTest::newRow("6014 with device") << simCard << Steps{sdk(UTPS_EVENT_DEV_REJECT), sdk(UTPS_EVENT_DEV_DEVICE_INIT_FINISH)} << "state: device sim pin => valid";
-        QTest::newRow("6002 SIM invalid") << noCard << Steps{sdk(UTPS_EVENT_DEV_SIM_INVALID)} << "state:  => invalid";
-        QTest::newRow("6018 fingerprint lock") << noCard << Steps{sdk(UTPS_EVENT_DEV_FPLOCK)} << "state: sim fplock => invalid";
-        QTest::newRow("6600 device active") << noCard << Steps{sdk(UTPS_EVENT_DEV_ACTIVE)} << "state: device sim => invalid";
-        QTest::newRow("6501 change end") << noCard << Steps{sdk(UTPS_EVENT_DEV_CHANGE_END)} << "state: device sim => invalid";
-        QTest::newRow("6619 word 1") << noCard << Steps{sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)} << "state: sim pin => invalid";
-        QTest::newRow("6619 word 0") << simCard << Steps{sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 0)} << "state: device sim => invalid";
-        QTest::newRow("6601 reject resets") << noCard << moved + Steps{sdk(UTPS_EVENT_DEV_REJECT)} << "state: sim => invalid";
-        QTest::newRow("6604 switch resets") << noCard << moved + Steps{sdk(UTPS_EVENT_DEV_SWITCH)} << "state: sim => invalid";
+        QTest::newRow("init success") << noCard << Steps{sdk(UTPS_EVENT_DEV_INIT_SUCCESS)} << "state: device sim => invalid";
+        QTest::newRow("init finish without device") << noCard << Steps{sdk(UTPS_EVENT_DEV_DEVICE_INIT_FINISH)} << "state: sim => invalid";
+        QTest::newRow("init finish with device") << simCard << Steps{sdk(UTPS_EVENT_DEV_REJECT), sdk(UTPS_EVENT_DEV_DEVICE_INIT_FINISH)} << "state: device sim pin => valid";
+        QTest::newRow("SIM invalid") << noCard << Steps{sdk(UTPS_EVENT_DEV_SIM_INVALID)} << "state:  => invalid";
+        QTest::newRow("fingerprint lock") << noCard << Steps{sdk(UTPS_EVENT_DEV_FPLOCK)} << "state: sim fplock => invalid";
+        QTest::newRow("device active") << noCard << Steps{sdk(UTPS_EVENT_DEV_ACTIVE)} << "state: device sim => invalid";
+        QTest::newRow("change end") << noCard << Steps{sdk(UTPS_EVENT_DEV_CHANGE_END)} << "state: device sim => invalid";
+        QTest::newRow("SIM word 1") << noCard << Steps{sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)} << "state: sim pin => invalid";
+        QTest::newRow("SIM word 0") << simCard << Steps{sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 0)} << "state: device sim => invalid";
+        QTest::newRow("reject resets") << noCard << moved + Steps{sdk(UTPS_EVENT_DEV_REJECT)} << "state: sim => invalid";
+        QTest::newRow("switch resets") << noCard << moved + Steps{sdk(UTPS_EVENT_DEV_SWITCH)} << "state: sim => invalid";
         QTest::newRow("reject of ready card") << simCard << Steps{sdk(UTPS_EVENT_DEV_REJECT)} << "state: sim => invalid";
         QTest::newRow("flags ready, no card") << noCard << Steps{sdk(UTPS_EVENT_DEV_INIT_SUCCESS), sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)} << "state: device sim pin => invalid";
         QTest::newRow("reject before frame keeps FP lock") << noCard << Steps{sdk(UTPS_EVENT_DEV_FPLOCK), sdk(UTPS_EVENT_DEV_REJECT)} << "state: sim fplock => invalid";
@@ -250,19 +253,19 @@ private slots:
         QTest::newRow("IsDeviceAvialable asks the card") << simCard << Steps{sdk(UTPS_EVENT_DEV_REJECT), askAvailable} << "state: device sim => invalid";
         QTest::newRow("IsDeviceAvialable, card gone") << noCard << Steps{sdk(UTPS_EVENT_DEV_INIT_SUCCESS), askAvailable} << "state: sim => invalid";
         QTest::newRow("IsDeviceAvialable, status fails") << simCard << Steps{fault("UTPS_DevSrv_GetDevStatus"), askAvailable} << "state: sim pin => valid";
-        QTest::newRow("784 incoming call") << noCard << Steps{host(NTF_CALL_INCOMING)} << "state: sim call => invalid";
-        QTest::newRow("785 outgoing call") << noCard << Steps{host(NTF_CALL_OUTGOING)} << "state: sim call => invalid";
-        QTest::newRow("786 call connected") << noCard << Steps{host(NTF_CALL_CONNECTED)} << "state: sim call => invalid";
-        QTest::newRow("787 ends the call") << noCard << Steps{host(NTF_CALL_CONNECTED), host(NTF_CALL_ENDED)} << "state: sim => invalid";
+        QTest::newRow("incoming call") << noCard << Steps{host(NTF_CALL_INCOMING)} << "state: sim call => invalid";
+        QTest::newRow("outgoing call") << noCard << Steps{host(NTF_CALL_OUTGOING)} << "state: sim call => invalid";
+        QTest::newRow("call connected") << noCard << Steps{host(NTF_CALL_CONNECTED)} << "state: sim call => invalid";
+        QTest::newRow("call ended") << noCard << Steps{host(NTF_CALL_CONNECTED), host(NTF_CALL_ENDED)} << "state: sim => invalid";
 
         // After the frame is up, what an event tells and shows.
-        QTest::newRow("6619 word 0 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 0)} << toldNotReady;
-        QTest::newRow("6619 word 1 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)} << toldReady;
-        QTest::newRow("6619 word 254 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 254)} << toldReady;
-        QTest::newRow("6619 word 255 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 255)} << toldNotReady;
-        QTest::newRow("6619 word 256 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 256)} << toldNotReady;
-        QTest::newRow("6601 reject after frame: pop-up") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_REJECT)} << "notify: broadcast 579 0 0 | menu: RefreshDeviceMenu DisableDeviceMenu | info: IDS_DEVICE_INVALID for 3000 ms | messages: none | previous: Card A of type 1";
-        QTest::newRow("6604 switch after frame: none") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SWITCH)} << "notify: broadcast 579 0 0 | menu: RefreshDeviceMenu DisableDeviceMenu | info: none | messages: none | previous: Card A of type 1";
+        QTest::newRow("SIM word 0 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 0)} << toldNotReady;
+        QTest::newRow("SIM word 1 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 1)} << toldReady;
+        QTest::newRow("SIM word 254 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 254)} << toldReady;
+        QTest::newRow("SIM word 255 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 255)} << toldNotReady;
+        QTest::newRow("SIM word 256 after frame") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_STATE_CHANGE, 256)} << toldNotReady;
+        QTest::newRow("reject after frame: pop-up") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_REJECT)} << notReady + " | menu: RefreshDeviceMenu DisableDeviceMenu | info: IDS_DEVICE_INVALID for 3000 ms | messages: none | previous: Card A of type 1";
+        QTest::newRow("switch after frame: none") << uimCard << Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_SWITCH)} << notReady + " | menu: RefreshDeviceMenu DisableDeviceMenu | info: none | messages: none | previous: Card A of type 1";
 
         // Nothing reaches the screen before the frame, but the state is kept and
         // the frame replays it; a chooser made by the frame shows on a detection.
@@ -270,13 +273,13 @@ private slots:
         QTest::newRow("invalid SIM before frame") << twoInvalid << beforeFrame << "messages: none | info: none | chooser: none | current: none | state: device => invalid";
         QTest::newRow("ready card, frame") << twoReady << beforeFrame + Steps{fromHere, frame} << "current: Card A | subscriptions: 4 | info: IDS_INIT_DEV_UNDERWAY for 3000 ms | messages: none | SIM not ready told: no | chooser: hidden";
         QTest::newRow("invalid SIM, frame") << twoInvalid << beforeFrame + Steps{fromHere, frame} << "current: Card A | subscriptions: 4 | info: none | SIM not ready told: yes | chooser: hidden | messages: icon 1 over the main window: '" + simInvalid.arg("SIM/USIM") + "'";
-        QTest::newRow("ready card, frame, 6606") << twoReady << beforeFrame + Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_DETECTED)} << "chooser: over the main window";
-        QTest::newRow("invalid SIM, frame, 6606") << twoInvalid << beforeFrame + Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_DETECTED)} << "chooser: over the main window";
+        QTest::newRow("ready card, frame, detected") << twoReady << beforeFrame + Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_DETECTED)} << "chooser: over the main window";
+        QTest::newRow("invalid SIM, frame, detected") << twoInvalid << beforeFrame + Steps{frame, fromHere, sdk(UTPS_EVENT_DEV_DETECTED)} << "chooser: over the main window";
 
         // A PIN status still at "protection off" on a SIM that reports 240 counts
         // as ready when the frame comes up; any other status read from the card stays.
-        QTest::newRow("6012 reads protection off") << Cards{card("Card A", 240)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN)} << "pin status: 8";
-        QTest::newRow("6012 reads PIN required") << Cards{card("Card A", 240, 2, true)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN)} << "pin status: 2";
+        QTest::newRow("no-PIN event reads protection off") << Cards{card("Card A", 240)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN)} << "pin status: 8";
+        QTest::newRow("no-PIN event reads PIN required") << Cards{card("Card A", 240, 2, true)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN)} << "pin status: 2";
         QTest::newRow("SIM 240, protection off, frame") << Cards{card("Card A", 240)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN), frame} << "pin status: 0";
         QTest::newRow("SIM 1, protection off, frame") << Cards{card("Card A", 1)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN), frame} << "pin status: 8";
         QTest::newRow("SIM 240, PIN required, frame") << Cards{card("Card A", 240, 2, true)} << Steps{sdk(UTPS_EVENT_DEV_DEVICE_NO_PIN), frame} << "pin status: 2";
@@ -290,17 +293,17 @@ private slots:
         QTest::newRow("choice UIM to unknown") << choice(1, 3) << Steps{frame, fromHere, chooseSecond} << "previous: Card A of type 1 | current: Card B | type setting: 3 | reloads told: 0";
 
         // The invalid-SIM message names the kind of card, as the settings may put it.
-        const QString invalid = "notify: broadcast 579 0 0 | type asked: 1 | messages: icon 1 over the main window: '" + simInvalid + "'";
+        const QString invalid = notReady + " | type asked: 1 | messages: icon 1 over the main window: '" + simInvalid + "'";
         const Steps invalidAfterFrame = {frame, fromHere, sdk(UTPS_EVENT_DEV_SIM_INVALID)};
-        QTest::newRow("6002 after frame, SIM card") << simCard << invalidAfterFrame << invalid.arg("SIM/USIM");
-        QTest::newRow("6002 after frame, UIM card") << uimCard << invalidAfterFrame << invalid.arg("UIM");
+        QTest::newRow("SIM invalid after frame, SIM card") << simCard << invalidAfterFrame << invalid.arg("SIM/USIM");
+        QTest::newRow("SIM invalid after frame, UIM card") << uimCard << invalidAfterFrame << invalid.arg("UIM");
         QTest::newRow("SIM card, simtype set") << simCard << Steps{setting("simtype=USIM")} + invalidAfterFrame << invalid.arg("USIM");
         QTest::newRow("UIM card, uimtype set") << uimCard << Steps{setting("uimtype=R-UIM")} + invalidAfterFrame << invalid.arg("R-UIM");
         QTest::newRow("UIM card ignores simtype") << uimCard << Steps{setting("simtype=USIM")} + invalidAfterFrame << invalid.arg("UIM");
         QTest::newRow("SIM card ignores uimtype") << simCard << Steps{setting("uimtype=R-UIM")} + invalidAfterFrame << invalid.arg("SIM/USIM");
         QTest::newRow("type unknown counts as SIM") << uimCard << Steps{frame, fault("UTPS_DevSrv_GetProductType"), fromHere, sdk(UTPS_EVENT_DEV_SIM_INVALID)} << invalid.arg("SIM/USIM");
         // Without a text there is nothing to name: the card is not asked.
-        QTest::newRow("no text") << uimCard << Steps{frame, language("none"), fromHere, sdk(UTPS_EVENT_DEV_SIM_INVALID)} << "notify: broadcast 579 0 0 | type asked: 0 | messages: icon 1 over the main window: ''";
+        QTest::newRow("no text") << uimCard << Steps{frame, language("none"), fromHere, sdk(UTPS_EVENT_DEV_SIM_INVALID)} << notReady + " | type asked: 0 | messages: icon 1 over the main window: ''";
         // clang-format on
     }
     void handling()

@@ -42,7 +42,8 @@ private slots:
         if (!missing.isEmpty())
             Startup::SetPluginContainer(missing == "container" ? nullptr : &bare);
         TraceCapture trace;
-        for (unsigned int code : {582u, 1027u, 579u, 578u}) {
+        for (unsigned int code :
+             {NTF_MINIFRAME_DEVICE_STATE, NTF_UPDATE_PINSTATUS, NTF_SIM_NOT_READY, NTF_SIM_READY}) {
             trace.clear();
             service->sendNotification(code);
             QVERIFY(line.isEmpty() || trace.contains(line));
@@ -52,9 +53,10 @@ private slots:
         QVERIFY(line.isEmpty() || !trace.contains(line));
         Startup::SetPluginContainer(&host.container());
 
-        const QString miniFrame = QStringLiteral("to %1 ").arg(LinkPlugins::MiniFrameClsid);
-        const QStringList sent = {miniFrame + "582 0 0", miniFrame + "1027 0 0",
-                                  "broadcast 579 0 0", "broadcast 578 0 0"};
+        const QString miniFrame = QStringLiteral("to %1 %2 0 0").arg(LinkPlugins::MiniFrameClsid);
+        const QStringList sent = {miniFrame.arg(NTF_MINIFRAME_DEVICE_STATE),
+                                  miniFrame.arg(NTF_UPDATE_PINSTATUS), broadcast(NTF_SIM_NOT_READY),
+                                  broadcast(NTF_SIM_READY)};
         QCOMPARE(host.records("notify"), missing.isEmpty() ? sent : QStringList());
         QStringList subscribed;
         for (int code : {NTF_CALL_CONNECTED, NTF_CALL_INCOMING, NTF_CALL_OUTGOING, NTF_CALL_ENDED})

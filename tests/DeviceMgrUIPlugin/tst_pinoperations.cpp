@@ -176,7 +176,7 @@ private slots:
         QTest::addColumn<Given>("given");
         QTest::addColumn<Then>("then");
         const QString puk = "12345678 4321";
-        row("verify", {.entries = "1234"}, {.result = 0, .left = 3});
+        row("verify", {.entries = "1234"}, {.result = DEVMGR_RESULT_SUCCESS, .left = 3});
         row("verify wrong", {.entries = "9999"}, {.left = 2});
         row("verify wrong, none left (0)", {.pinRetries = 1, .entries = "9999"},
             {.left = 0, .retryTimes = 1, .pinStatus = 3});
@@ -184,8 +184,10 @@ private slots:
         row("verify wrong, unknown (255)", {.pinRetries = 256, .entries = "9999"},
             {.left = -1, .retryTimes = 0});
         row("verify too short", {.entries = "123"}, {});
-        row("verify SDK fault (1)", {.entries = "1234", .fault = 1}, {.result = 1, .left = -1});
-        row("enable", {.entries = "1234"}, {.result = 0, .retryTimes = 0, .pinStatus = 8});
+        row("verify SDK fault (1)", {.entries = "1234", .fault = 1},
+            {.result = DEVMGR_RESULT_SDK_FAILURE, .left = -1});
+        row("enable", {.entries = "1234"},
+            {.result = DEVMGR_RESULT_SUCCESS, .retryTimes = 0, .pinStatus = 8});
         row("enable wrong", {.entries = "9999"},
             {.left = 2, .retryTimes = 2, .pinStatus = 8, .emitted = 0});
         row("enable wrong, none left", {.pinRetries = 1, .entries = "9999"},
@@ -193,7 +195,7 @@ private slots:
         row("enable invalid", {.entries = "12"}, {.pinStatus = 8});
         row("enable refused, re-read fails", {.entries = "1234", .fault = -1, .twist = "readFails"},
             {.left = -1, .retryTimes = -1, .pinStatus = 8, .emitted = 0});
-        row("disable", {.entries = "1234"}, {.result = 0, .retryTimes = 0});
+        row("disable", {.entries = "1234"}, {.result = DEVMGR_RESULT_SUCCESS, .retryTimes = 0});
         row("disable wrong, none left", {.pinRetries = 1, .entries = "9999"},
             {.left = 0, .retryTimes = 0, .pinStatus = 3, .emitted = 4});
         row("disable refused (WWAN privilege)",
@@ -202,35 +204,41 @@ private slots:
         row("disable wrong, unmapped status", {.entries = "9999", .twist = "unmapped"},
             {.left = 2, .retryTimes = 2, .pinStatus = 6, .emitted = 0});
         row("unblock", {.pinRetries = 0, .entries = puk},
-            {.result = 0, .left = 10, .retryTimes = 0, .pinStatus = 0});
+            {.result = DEVMGR_RESULT_SUCCESS, .left = 10, .retryTimes = 0, .pinStatus = 0});
         row("unblock wrong PUK", {.pinRetries = 0, .entries = "87654321 4321"},
-            {.result = 1, .left = 9, .retryTimes = 9, .pinStatus = 3});
+            {.result = DEVMGR_RESULT_SDK_FAILURE, .left = 9, .retryTimes = 9, .pinStatus = 3});
         row("unblock PUK of 7", {.pinRetries = 0, .entries = "1234567 4321"},
-            {.result = 23, .retryTimes = 10, .pinStatus = 3});
+            {.result = DEVMGR_RESULT_INVALID_INPUT, .retryTimes = 10, .pinStatus = 3});
         row("unblock new PIN of 3", {.pinRetries = 0, .entries = "12345678 432"},
-            {.result = 23, .retryTimes = 10, .pinStatus = 3});
+            {.result = DEVMGR_RESULT_INVALID_INPUT, .retryTimes = 10, .pinStatus = 3});
         row("unblock refused, SIM not valid",
             {.pinRetries = 0, .entries = puk, .fault = -1, .twist = "simInvalid"},
-            {.result = 1, .left = -1, .retryTimes = 10, .pinStatus = 3});
+            {.result = DEVMGR_RESULT_SDK_FAILURE, .left = -1, .retryTimes = 10, .pinStatus = 3});
         row("unblock bad parameter (1)", {.pinRetries = 0, .entries = puk, .fault = 1},
-            {.result = 23, .left = 255, .retryTimes = 10, .pinStatus = 3});
-        row("unblock refused by privilege (6000)",
-            {.pinRetries = 0, .entries = puk, .twist = "privilege"},
-            {.result = 14, .left = 10, .retryTimes = 0, .pinStatus = 0});
-        row("unblock unlisted result", {.entries = puk, .fault = 7}, {.result = 0, .left = 255});
-        row("change", {.entries = "1234 5678"}, {.result = 0, .left = 0, .retryTimes = 0});
-        row("change old PIN invalid", {.entries = "12 5678"}, {.result = 23, .left = 3});
+            {.result = DEVMGR_RESULT_INVALID_INPUT, .left = 255, .retryTimes = 10, .pinStatus = 3});
+        row("unblock refused by privilege", {.pinRetries = 0, .entries = puk, .twist = "privilege"},
+            {.result = DEVMGR_RESULT_WWAN_PRIVILEGE, .left = 10, .retryTimes = 0, .pinStatus = 0});
+        row("unblock unlisted result", {.entries = puk, .fault = 7},
+            {.result = DEVMGR_RESULT_SUCCESS, .left = 255});
+        row("change", {.entries = "1234 5678"},
+            {.result = DEVMGR_RESULT_SUCCESS, .left = 0, .retryTimes = 0});
+        row("change old PIN invalid", {.entries = "12 5678"},
+            {.result = DEVMGR_RESULT_INVALID_INPUT, .left = 3});
         row("change wrong old PIN", {.entries = "9999 5678"},
-            {.result = 1, .left = 2, .retryTimes = 2, .emitted = 1});
+            {.result = DEVMGR_RESULT_SDK_FAILURE, .left = 2, .retryTimes = 2, .emitted = 1});
         row("change wrong, none left", {.pinRetries = 1, .entries = "9999 5678"},
-            {.result = 1, .left = 0, .retryTimes = 0, .pinStatus = 3, .emitted = 4});
+            {.result = DEVMGR_RESULT_SDK_FAILURE,
+             .left = 0,
+             .retryTimes = 0,
+             .pinStatus = 3,
+             .emitted = 4});
         row("change refused, re-read fails",
             {.entries = "1234 5678", .fault = -1, .twist = "readFails"},
-            {.result = 1, .left = -1, .retryTimes = -1, .emitted = 0});
+            {.result = DEVMGR_RESULT_SDK_FAILURE, .left = -1, .retryTimes = -1, .emitted = 0});
         row("change bad parameter (1)", {.entries = "1234 5678", .fault = 1},
-            {.result = 23, .left = 3});
+            {.result = DEVMGR_RESULT_INVALID_INPUT, .left = 3});
         row("change unlisted result", {.entries = "1234 5678", .fault = 9},
-            {.result = 0, .left = 3});
+            {.result = DEVMGR_RESULT_SUCCESS, .left = 3});
     }
 
     void pinRequests()

@@ -26,13 +26,29 @@ QString textOf(const QString& keyOrText)
     return keyOrText.startsWith("IDS_") ? CDeviceMgrService::tr(keyOrText) : keyOrText;
 }
 
-// The notifications since record `from`: "578" for a broadcast, "1027>mini"
-// for one to the mini frame; a repeat of the one before says nothing new.
+// A notification code as notesSince() writes it.
+QString noteOf(unsigned int code)
+{
+    switch (code) {
+    case NTF_SIM_READY:
+        return "ready";
+    case NTF_SIM_NOT_READY:
+        return "not-ready";
+    case NTF_UPDATE_PINSTATUS:
+        return "pin-status";
+    default:
+        return QString::number(code);
+    }
+}
+
+// The notifications since record `from`: "ready" for a broadcast,
+// "pin-status>mini" for one to the mini frame; a repeat of the one before
+// says nothing new.
 QString notesSince(const HostFixture& host, int from)
 {
     QStringList codes;
     for (const QString& note : host.records("notify").mid(from)) {
-        QString code = note.section(' ', -3, -3);
+        QString code = noteOf(note.section(' ', -3, -3).toUInt());
         if (note.contains(QLatin1String(LinkPlugins::MiniFrameClsid)))
             code += ">mini";
         else if (!note.startsWith("broadcast"))
@@ -169,30 +185,30 @@ private slots:
         const QString twoLeft = "PIN attempts remaining: 2";
         const QString calling = "IDS_PROMPT_CALLING_DISABLE";
         row("verify, count unknown", {.twist = "unknown", .entries = "9999"}, "",
-            {.notes = "1027>mini"});
+            {.notes = "pin-status>mini"});
         row("verify during a call", {.twist = "call", .entries = "1234"}, calling, {});
         row("puk exhausted", {.tries = 1, .entries = wrong}, "IDS_MSG_CARD_BLOCKED",
             {.onDialog = false});
         row("puk exhausted, key missing", {.tries = 1, .twist = "none", .entries = wrong},
             "The Data card is permanently blocked. Please contact your Operator",
             {.onDialog = false});
-        row("puk refused (6000)", {.tries = 10, .twist = "privilege", .entries = right},
+        row("puk refused by privilege", {.tries = 10, .twist = "privilege", .entries = right},
             "IDS_MSG_WWAN_PRIVILIGE", {.onDialog = false});
         row("puk, count unknown", {.tries = 10, .twist = "unknown", .entries = wrong}, "",
             {.staysWith = "IDS_MAINFRM_UNKNOWN"});
         row("puk during a call", {.tries = 10, .twist = "call", .entries = right}, calling, {});
         row("enable right", {.entries = "1234"}, "IDS_MAINFRM_ENABLEPIN_SUCCESS",
-            {.valid = true, .notes = "1027>mini"});
+            {.valid = true, .notes = "pin-status>mini"});
         row("enable wrong, tries left", {.entries = "9999"}, "IDS_PIN_ENABLE_FAILED",
-            {.staysWith = twoLeft, .valid = true, .pinOn = false, .notes = "1027>mini"});
+            {.staysWith = twoLeft, .valid = true, .pinOn = false, .notes = "pin-status>mini"});
         row("enable wrong, PIN locked", {.tries = 1, .entries = "9999"}, "IDS_PIN_PIN_LOCKED",
-            {.toPuk = true, .pinOn = false, .notes = "1027>mini 579"});
+            {.toPuk = true, .pinOn = false, .notes = "pin-status>mini not-ready"});
         row("enable during a call", {.twist = "call", .entries = "1234"}, calling,
             {.valid = true, .pinOn = false});
         row("disable wrong, tries left", {.entries = "9999"}, "IDS_PIN_DISABLE_FAILED",
-            {.staysWith = twoLeft, .valid = true, .notes = "1027>mini"});
+            {.staysWith = twoLeft, .valid = true, .notes = "pin-status>mini"});
         row("disable wrong, PIN locked", {.tries = 1, .entries = "9999"}, "IDS_PIN_PIN_LOCKED",
-            {.toPuk = true, .notes = "1027>mini 579"});
+            {.toPuk = true, .notes = "pin-status>mini not-ready"});
         row("modify wrong, tries left", {.entries = "9999 5678 5678"}, "IDS_PIN_CHANGE_FAILED",
             {.staysWith = twoLeft, .valid = true});
         row("modify wrong, last try", {.tries = 1, .entries = "9999 5678 5678"},
@@ -307,7 +323,7 @@ private slots:
         m_service->launchPinDlg(E_DEVMGR_PIN_STATE(state));
 
         QCOMPARE(m_service->validPinState(), valid);
-        QCOMPARE(notesSince(*m_host, notesBefore), QString::number(notification));
+        QCOMPARE(notesSince(*m_host, notesBefore), noteOf(notification));
         QVERIFY(!m_service->verifyPinDialog());
         QVERIFY(!m_service->pukDialog());
     }

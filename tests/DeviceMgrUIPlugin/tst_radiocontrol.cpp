@@ -142,8 +142,8 @@ private slots:
         service->OnPowerMgr(8);
         QStringList expected;
         for (int code : codes)
-            expected << QString("broadcast %1 0 0").arg(code);
-        QCOMPARE(m_host->records("notify"), expected << "broadcast 854 7 0");
+            expected << broadcast(code);
+        QCOMPARE(m_host->records("notify"), expected << broadcast(NTF_POWER_MGR, 7));
     }
 };
 

@@ -18,7 +18,7 @@ struct Delivery
     int code = 0;
     std::thread::id thread;
     bool nullPayload = true;
-    QList<uint> words;   // 6619, 6616, 6620: one word; 6615: software, hardware
+    QList<uint> words;   // SIM state, power, fingerprint: one word; radio: software, hardware
     QStringList devices; // "name:port:protocol", for device-list codes
     QByteArray bytes;    // the payload, as long as the header promises for the code
 };

@@ -57,7 +57,7 @@ struct PinCase
     int result = 0, retriesOut = kNone;
     QList<int> status; // UTPS_DevSrv_GetPinStatus's status and retries afterwards
     QByteArray pinAfter = kPin;
-    bool simReady = false; // 6619 [7] raised
+    bool simReady = false; // UTPS_EVENT_DEV_SIM_STATE_CHANGE [7] raised
 
     // clang-format off
     PinCase& pinOff() { config.sim.pinEnabled = false; return *this; }
@@ -208,7 +208,7 @@ private slots:
         QTest::addColumn<bool>("pinEnabled");
         QTest::addColumn<int>("simStatus");
         QTest::addColumn<bool>("fingerprint");
-        QTest::addColumn<QList<int>>("tail"); // after 6606, 6600, 6000
+        QTest::addColumn<QList<int>>("tail"); // after detected, active, init begin
         QTest::newRow("protection off") << false << 1 << false << kPinOff;
         QTest::newRow("protection on")
             << true << 1 << false
@@ -310,9 +310,9 @@ private slots:
         const Action multi = [] { EventRecorder::registerMulti(); };
         const Action dropDevMgr = [] { UTPS_DevSrv_UnRegisterDevMgrCallback(); };
         // clang-format off
-        QTest::newRow("all three") << QList<Action>{init, devMgr, multi} << QStringList{"6000 init", "6606 devmgr", "6620 devmgr"};
-        QTest::newRow("device manager dropped") << QList<Action>{init, devMgr, multi, dropDevMgr} << QStringList{"6000 init", "6606 multi", "6620 multi"};
-        QTest::newRow("device manager only") << QList<Action>{devMgr} << QStringList{"6606 devmgr", "6620 devmgr"};
+        QTest::newRow("all three") << QList<Action>{init, devMgr, multi} << QStringList{"begin init", "detected devmgr", "fingerprint devmgr"};
+        QTest::newRow("device manager dropped") << QList<Action>{init, devMgr, multi, dropDevMgr} << QStringList{"begin init", "detected multi", "fingerprint multi"};
+        QTest::newRow("device manager only") << QList<Action>{devMgr} << QStringList{"detected devmgr", "fingerprint devmgr"};
         QTest::newRow("none") << QList<Action>{} << QStringList{};
         // clang-format on
     }
@@ -328,7 +328,11 @@ private slots:
         QVERIFY(card().waitIdle());
         QStringList seen;
         for (const Delivery& event : EventRecorder::events()) {
-            seen.append(QString("%1 %2").arg(event.code).arg(event.route));
+            const char* raised = event.code == UTPS_EVENT_DEV_INIT_BEGIN  ? "begin"
+                                 : event.code == UTPS_EVENT_DEV_DETECTED  ? "detected"
+                                 : event.code == UTPS_EVENT_DEV_FP_VERIFY ? "fingerprint"
+                                                                          : "other";
+            seen.append(QString("%1 %2").arg(raised, event.route));
             QCOMPARE(event.nullPayload,
                      event.code == UTPS_EVENT_DEV_INIT_BEGIN); // a null payload stays null
         }

@@ -2,11 +2,11 @@
 
 #include "Change.h"
 #include "CommonUtils.h"
+#include "DeviceMgrContract.h"
 #include "HostLog.h"
 #include "HostSiblings.h"
 #include "HostTranslator.h"
 #include "MainWindow.h"
-#include "NotificationNames.h"
 #include "QuitOnSignal.h"
 #include "RecordMatcher.h"
 #include "ScenarioRunner.h"

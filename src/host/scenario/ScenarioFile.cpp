@@ -1,5 +1,6 @@
 #include "ScenarioFile.h"
 
+#include "ContractNames.h"
 #include "RecordMatcher.h"
 #include "ScenarioFields.h"
 #include "ScenarioVocabulary.h"
@@ -224,6 +225,22 @@ bool checkExpectation(const ScenarioStep& step, QString* error)
     return checkFields(step.json, fields, where, error);
 }
 
+// A "code" may be written as its name ("NTF_SIM_READY"): the step then
+// carries the number, which is what the wire and the transcript carry.
+bool resolveCodeName(ScenarioStep* step, QString* error)
+{
+    const QJsonValue code = step->json.value(QLatin1String("code"));
+    if (!code.isString() || !ContractNames::looksLikeName(code.toString()))
+        return true;
+    const std::optional<int> number = ContractNames::codeNamed(code.toString());
+    if (!number) {
+        *error = placeOf(*step) + QStringLiteral(": unknown code name \"%1\"").arg(code.toString());
+        return false;
+    }
+    step->json.insert(QLatin1String("code"), *number);
+    return true;
+}
+
 bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioStep* step,
                QString* error)
 {
@@ -233,6 +250,7 @@ bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioSte
         return false;
     }
     step->json = value.toObject();
+    step->written = QString::fromUtf8(QJsonDocument(step->json).toJson(QJsonDocument::Compact));
     const QJsonObject& json = step->json;
     const int kinds = int(json.contains(QLatin1String("do"))) +
                       int(json.contains(QLatin1String("expect"))) +
@@ -252,6 +270,8 @@ bool parseStep(const QJsonValue& value, int number, int deviceCount, ScenarioSte
         return false;
     }
     step->name = name.toString();
+    if (!resolveCodeName(step, error))
+        return false;
     return step->expectation ? checkExpectation(*step, error)
                              : checkAction(*step, deviceCount, error);
 }
@@ -265,11 +285,6 @@ QString position(const QByteArray& json, int offset)
 }
 
 } // namespace
-
-QString ScenarioStep::text() const
-{
-    return QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact));
-}
 
 bool ScenarioFile::load(const QString& path, Mode mode, Scenario* scenario, QString* error)
 {

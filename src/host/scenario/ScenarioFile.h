@@ -37,13 +37,14 @@ struct ScenarioHost
 struct ScenarioStep
 {
     int number = 0;           // 1-based, as reported
-    QJsonObject json;         // the step as written
+    QJsonObject json;         // the step, with a code's name as its number
+    QString written;          // the step as written, one line of compact JSON
     bool expectation = false; // "expect" or "expect-not"
     bool negated = false;     // "expect-not"
     QString name;             // the action, or the expectation's kind
 
-    // The step as one line of compact JSON, for messages.
-    QString text() const;
+    // The step as written, for messages.
+    QString text() const { return written; }
 };
 
 struct Scenario

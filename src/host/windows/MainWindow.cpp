@@ -1,8 +1,8 @@
 #include "MainWindow.h"
 
+#include "ContractNames.h"
 #include "DeviceCalls.h"
 #include "HostSiblings.h"
-#include "NotificationNames.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -293,7 +293,7 @@ void MainWindow::onNotified(unsigned int code, const QString& to)
 {
     const QString route = routeName(to);
     auto* item = new QListWidgetItem(
-        QStringLiteral("%1 %2 -> %3").arg(code).arg(Notifications::name(code), route));
+        QStringLiteral("%1 %2 -> %3").arg(code).arg(ContractNames::notificationLabel(code), route));
     if (route != to)
         item->setToolTip(to);
     m_notifications->addItem(item);

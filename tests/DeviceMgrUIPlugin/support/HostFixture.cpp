@@ -176,8 +176,8 @@ bool HostFixture::waitForEvents(int timeoutMs)
     QDeadlineTimer deadline(timeoutMs);
     sim::VirtualCard& card = sim::VirtualCard::instance();
     // Handling a signal may make the card raise more events (a PIN accepted
-    // raises 6619), and a slot may post more work: settled only after two
-    // rounds in a row in which nothing happened on either side.
+    // raises UTPS_EVENT_DEV_SIM_STATE_CHANGE), and a slot may post more work: settled only after
+    // two rounds in a row in which nothing happened on either side.
     int quietRounds = 0;
     while (quietRounds < 2) {
         const int remaining = static_cast<int>(qMax<qint64>(1, deadline.remainingTime()));

@@ -29,6 +29,12 @@ namespace sim {
 class VirtualCard;
 }
 
+// A broadcast notification as the transcript records it.
+inline QString broadcast(unsigned int code, long long w = 0, long long l = 0)
+{
+    return QStringLiteral("broadcast %1 %2 %3").arg(code).arg(w).arg(l);
+}
+
 class HostFixture
 {
 public:
@@ -59,7 +65,7 @@ public:
     // does, with the cards started (a device callback listens) and the call
     // log cleared. Deleted with the fixture.
     DeviceMgrUILogic* startLogic();
-    // The host's NTF_FRAME_SHOWN (258), delivered through Notify.
+    // The host's NTF_FRAME_SHOWN, delivered through Notify.
     void frameShown();
     // Waits until the virtual card has delivered every queued event and the
     // GUI thread has handled every queued signal (bounded by `timeoutMs`).

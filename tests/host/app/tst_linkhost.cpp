@@ -1,4 +1,6 @@
 // linkhost as a child process, replaying small scenarios with the probe plug-in.
+#include <DeviceMgrContract.h>
+
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -30,6 +32,12 @@ int find(const QStringList& lines, const QString& part, int from = 0)
     while (from < lines.size() && !lines.at(from).contains(part))
         ++from;
     return from < lines.size() ? from : -1;
+}
+
+// A broadcast notification as the transcript records it.
+QString broadcast(unsigned int code, int w = 0, int l = 0)
+{
+    return QStringLiteral("broadcast %1 %2 %3").arg(code).arg(w).arg(l);
 }
 
 // What linkhost writes may hold PINs: only its owner may read it.
@@ -64,24 +72,29 @@ private slots:
 
         row("plug-in started, told, asked and shut down in order; text tells twins apart",
             R"({"steps": [
-            {"do": "notify", "code": 578, "w": 3, "l": 4}, {"expect": "notify", "code": 578, "w": 3},
+            {"do": "notify", "code": "NTF_SIM_READY", "w": 3, "l": 4},
+            {"expect": "notify", "code": "NTF_SIM_READY", "w": 3},
             {"do": "call", "op": "VerifyPIN"}, {"expect": "call", "op": "VerifyPIN", "result": 7},
             {"do": "click", "widget": "Probe_Twin", "text": "two"},
             {"expect": "setting", "key": "probe/Twin", "value": "two"},
             {"do": "language", "lang": "de"},
             {"expect": "setting", "key": "probe/ChangeLang", "value": "de"},
-            {"expect": "notify", "code": 320, "to": "all"}]})",
+            {"expect": "notify", "code": "NTF_LANGUAGE_CHANGED", "to": "all"}]})",
             0, {},
             {"setting probe/Init = called", "setting probe/ShowWindow = LinkHost_MainWindow",
-             "shown LinkHost_MainWindow", "notify broadcast 258 0 0", "setting probe/Notify = 258",
-             "notify broadcast 578 3 4", "setting probe/VerifyPIN = called", "call VerifyPIN = 7",
-             "setting probe/Twin = two", "expect ok 9 notify broadcast 320 0 0",
+             "shown LinkHost_MainWindow", "notify " + broadcast(NTF_FRAME_SHOWN),
+             QString("setting probe/Notify = %1").arg(NTF_FRAME_SHOWN),
+             "notify " + broadcast(NTF_SIM_READY, 3, 4), "setting probe/VerifyPIN = called",
+             "call VerifyPIN = 7", "setting probe/Twin = two",
+             "expect ok 9 notify " + broadcast(NTF_LANGUAGE_CHANGED),
              "setting probe/UnSDKRegisterEvent = called", "setting probe/OnDestroy = called"});
         row("failed expectation names the step and what was seen", R"({"steps": [
-            {"do": "notify", "code": 578}, {"expect": "notify", "code": 579, "timeout": 100}]})",
+            {"do": "notify", "code": "NTF_SIM_READY"},
+            {"expect": "notify", "code": "NTF_SIM_NOT_READY", "timeout": 100}]})",
             1,
-            {"step 2 failed: {\"code\":579,\"expect\":\"notify\",\"timeout\":100}",
-             "no notify record within 100 ms", "notify broadcast 578 0 0"},
+            {"step 2 failed: "
+             "{\"code\":\"NTF_SIM_NOT_READY\",\"expect\":\"notify\",\"timeout\":100}",
+             "no notify record within 100 ms", "notify " + broadcast(NTF_SIM_READY)},
             {"expect FAIL 2", "setting probe/OnDestroy = called"});
         row("malformed JSON names line and column",
             "{\n  \"steps\": [\n    {\"do\": \"quit\"\n  ]\n}", 2,
@@ -93,12 +106,16 @@ private slots:
             {"button \"Probe_Twin\" is ambiguous, 2 candidates:",
              "Probe_Twin (QPushButton) in LinkHost_MainWindow, text \"one\"",
              "Probe_Twin (QPushButton) in LinkHost_MainWindow, text \"two\""});
-        row("expect-not fails on a later record", R"({"steps": [{"do": "notify", "code": 581},
-            {"expect-not": "notify", "code": 581, "for": 100}]})",
-            1, {"step 2 failed", "notify broadcast 581 0 0"});
+        row("expect-not fails on a later record",
+            R"({"steps": [{"do": "notify", "code": "NTF_DEVICE_INIT_SUCCESS"},
+            {"expect-not": "notify", "code": "NTF_DEVICE_INIT_SUCCESS", "for": 100}]})",
+            1, {"step 2 failed", "notify " + broadcast(NTF_DEVICE_INIT_SUCCESS)});
+        row("a misspelt code name", R"({"steps": [{"expect": "notify", "code": "NTF_SIM_REDY"}]})",
+            2, {"step 1 {\"code\":\"NTF_SIM_REDY\",\"expect\":\"notify\"}: unknown code name"});
         row("cursor: a record is matched once", R"({"steps": [
-            {"do": "notify", "code": 578}, {"do": "notify", "code": 579},
-            {"expect": "notify", "code": 579}, {"expect": "notify", "code": 578, "timeout": 100}]})",
+            {"do": "notify", "code": "NTF_SIM_READY"}, {"do": "notify", "code": "NTF_SIM_NOT_READY"},
+            {"expect": "notify", "code": "NTF_SIM_NOT_READY"},
+            {"expect": "notify", "code": "NTF_SIM_READY", "timeout": 100}]})",
             1, {"step 4 failed", "(before the cursor)"});
         row("panel: typing through the validator, answers to the box, a disabled button",
             R"({"devices": [{"name": "Card"}], "steps": [
@@ -117,11 +134,12 @@ private slots:
              "] msgbox icon=4 title=\"Virtual card\" text=\"Unplug \\\"Card\\\"?\" "
              "buttons=\"Unplug|Cancel\" -> 4194304",
              "Unplug|Cancel\" -> 1024", "expect ok 13 "});
-        row("broken plug-in library", R"({"steps": [{"expect": "notify", "code": 258}]})", 0,
+        row("broken plug-in library",
+            R"({"steps": [{"expect": "notify", "code": "NTF_FRAME_SHOWN"}]})", 0,
             {"plug-in not loaded:", "libBroken.so"}, {"expect ok 1"},
             {"--plugins", m_dir.filePath("broken")});
         row("missing plug-in folder", R"({"steps": []})", 0,
-            {"does not exist; running without plug-ins"}, {"notify broadcast 258 0 0"},
+            {"does not exist; running without plug-ins"}, {"notify " + broadcast(NTF_FRAME_SHOWN)},
             {"--plugins", m_dir.filePath("none")});
         row("unknown option", R"({"steps": []})", 2, {"unknown option"}, {}, {"--frobnicate"});
         row("unknown backend", R"({"steps": []})", 2, {"unknown backend \"bogus\""}, {},
@@ -136,17 +154,18 @@ private slots:
             {"expect": "widget", "widget": "LinkHost_DeviceLabel", "text": "Device: none"},
             {"expect": "widget", "widget": "LinkHost_SimStateWord", "visible": false}]})",
             0, {}, {"expect ok 3 "}, {"--backend", "modemmanager"});
-        // The main window asks for the device name on each 581.
+        // The main window asks for the device name on each NTF_DEVICE_INIT_SUCCESS.
         row("--fault: every call fails, whatever the backend, over the scenario's own fault",
             R"({"host": {"faults": [{"function": "UTPS_DevSrv_GetDeviceName", "result": 5}]},
-            "steps": [{"do": "notify", "code": 581}, {"do": "notify", "code": 581},
+            "steps": [{"do": "notify", "code": "NTF_DEVICE_INIT_SUCCESS"},
+            {"do": "notify", "code": "NTF_DEVICE_INIT_SUCCESS"},
             {"expect": "sdk", "call": "UTPS_DevSrv_GetDeviceName", "result": -559038737},
             {"expect": "sdk", "call": "UTPS_DevSrv_GetDeviceName", "result": -559038737}]})",
             0, {}, {"expect ok 4 "},
             {"--backend", "modemmanager", "--fault", "UTPS_DevSrv_GetDeviceName=-559038737"});
         row("--expect-timeout caps both kinds of expectation", R"({"steps": [
-            {"expect-not": "notify", "code": 579, "for": 60000},
-            {"expect": "notify", "code": 579, "timeout": 60000}]})",
+            {"expect-not": "notify", "code": "NTF_SIM_NOT_READY", "for": 60000},
+            {"expect": "notify", "code": "NTF_SIM_NOT_READY", "timeout": 60000}]})",
             1, {"step 2 failed", "no notify record within 100 ms"}, {"for 100 ms"},
             {"--expect-timeout", "100"});
         row("--fault without a result", R"({"steps": []})", 2,
@@ -239,7 +258,8 @@ private slots:
             {"expect": "menu", "op": "never", "timeout": 60000}]})",
                                                transcript) +
                                          QStringList{"--user-data", userData.path()});
-        QTRY_VERIFY_WITH_TIMEOUT(find(readLines(transcript), "258 0 0") >= 0, 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(find(readLines(transcript), broadcast(NTF_FRAME_SHOWN)) >= 0,
+                                 20000);
         QCOMPARE(::kill(pid_t(process.processId()), signal), 0);
         QVERIFY(process.waitForFinished(20000));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);

@@ -1,5 +1,8 @@
 #include "ScenarioFile.h"
 
+#include <DeviceMgrContract.h>
+#include <utps.h>
+
 #include <QTest>
 
 class TestScenarioFile : public QObject
@@ -18,12 +21,12 @@ private slots:
                       "settings": { "Device/ProductType": 2 },
                       "faults": [ { "function": "UTPS_DevSrv_VerifyPin", "result": 5 } ] },
             "steps": [
-                {"do": "event", "code": 6606, "payload": "devices"}, {"do": "answer", "reply": 65536},
-                {"do": "notify", "code": 786, "w": 0, "l": 0, "from": "X"},
+                {"do": "event", "code": "UTPS_EVENT_DEV_DETECTED", "payload": "devices"}, {"do": "answer", "reply": 65536},
+                {"do": "notify", "code": "NTF_CALL_CONNECTED", "w": 0, "l": 0, "from": "X"},
                 {"do": "screenshot", "file": "s.png", "screen": true},
                 {"do": "trigger", "action": "X"}, {"expect": "msgbox", "text": "x", "reply": 1024},
                 {"expect": "widget", "widget": "W", "in": "D", "text": "", "visible": true},
-                {"expect-not": "notify", "code": 579, "for": 100}, {"do": "quit", "comment": "done"} ]
+                {"expect-not": "notify", "code": "NTF_SIM_NOT_READY", "for": 100}, {"do": "quit", "comment": "done"} ]
         })";
         Scenario scenario;
         QString error;
@@ -42,6 +45,11 @@ private slots:
         const ScenarioStep& last = scenario.steps.last();
         QVERIFY(!last.expectation && last.number == 9 && last.name == "quit");
         QVERIFY(scenario.steps.at(7).negated);
+        // A code's name becomes its number; messages quote the step as written.
+        const ScenarioStep& event = scenario.steps.at(0);
+        QCOMPARE(event.json.value("code").toInt(), UTPS_EVENT_DEV_DETECTED);
+        QVERIFY(event.text().contains("\"UTPS_EVENT_DEV_DETECTED\""));
+        QCOMPARE(scenario.steps.at(7).json.value("code").toInt(), int(NTF_SIM_NOT_READY));
     }
     void badFilesAreRefused_data()
     {
@@ -52,7 +60,7 @@ private slots:
         QTest::newRow("steps missing") << "{}" << "missing required field \"steps\"";
         QTest::newRow("unknown expectation kind") << R"({"steps": [{"expect": "notfy", "code": 1}]})" << R"(step 1 {"code":1,"expect":"notfy"}: unknown expectation kind "notfy")";
         QTest::newRow("missing required field") << R"({"steps": [{"do": "type", "widget": "X"}]})" << R"(step 1 {"do":"type","widget":"X"}: missing required field "text")";
-        QTest::newRow("misspelt field") << R"({"steps": [{"expect": "notify", "cod": 578}]})" << R"(unknown field "cod")";
+        QTest::newRow("misspelt field") << R"({"steps": [{"expect": "notify", "cod": 1}]})" << R"(unknown field "cod")";
         QTest::newRow("fraction where an integer belongs") << R"({"steps": [{"do": "wait", "ms": 1.5}]})" << R"("ms" must be an integer)";
         QTest::newRow("device index out of range") << R"({"devices": [{}], "steps": [{"do": "unplug", "device": 1}]})" << R"("device" 1 is not one of the 1 devices)";
         QTest::newRow("unknown operation") << R"({"steps": [{"do": "call", "op": "DetachGPRS"}]})" << R"("op" is not an IDeviceMgr operation)";

@@ -65,13 +65,14 @@ private slots:
         for (const char* to : {"B-CLSID", "C-CLSID", ""})
             notify->SendNotifyTo(to, NTF_UPDATE_PINSTATUS, 0, 0);
         QVERIFY(a.received.isEmpty() && anonymous.received.isEmpty());
-        QCOMPARE(b.received, QStringList{"1027 0 0 after 1"});
-        QCOMPARE(records().value(1), "notify to C-CLSID 1027 0 0");
+        const QString pinStatus = QString("%1 0 0").arg(NTF_UPDATE_PINSTATUS);
+        QCOMPARE(b.received, QStringList{pinStatus + " after 1"});
+        QCOMPARE(records().value(1), "notify to C-CLSID " + pinStatus);
         // Recorded, then delivered at once; a plug-in unloaded meanwhile is not called any more.
         a.onNotify = [&unloaded] { unloaded.reset(); };
         const auto address = reinterpret_cast<NotifyParam>(&a);
         notify->BroadcastNotify(NTF_PLUGINS_RELOADING, address, 9);
-        const QString broadcast = QString("585 %1 9").arg(address);
+        const QString broadcast = QString("%1 %2 9").arg(NTF_PLUGINS_RELOADING).arg(address);
         QCOMPARE(a.received, QStringList{broadcast + " after 4"});
         QCOMPARE(anonymous.received, a.received);
         QCOMPARE(records().mid(3), QStringList{"notify broadcast " + broadcast});
@@ -79,7 +80,7 @@ private slots:
         const QString call = LinkPlugins::CallServiceClsid;
         QCOMPARE(notify->notifyFrom(call, NTF_CALL_CONNECTED, 0, 0), 0);
         notify->Subscribe(call, NTF_CALL_CONNECTED);
-        QCOMPARE(records().last(), "subscribe " + call + " 786");
+        QCOMPARE(records().last(), QString("subscribe %1 %2").arg(call).arg(NTF_CALL_CONNECTED));
         QCOMPARE(notify->notifyFrom(call, NTF_CALL_CONNECTED, 0, 0), 3);
         QCOMPARE(notify->notifyFrom(call, NTF_CALL_ENDED, 0, 0), 0);
         QCOMPARE(notify->notifyFrom("other", NTF_CALL_CONNECTED, 0, 0), 0);
