@@ -14,10 +14,10 @@ set(LINK_TEST_ENVIRONMENT
     LINK_PLUGIN_LIBRARY_PATH=${LINK_PLUGIN_LIBRARY_PATH})
 
 function(link_add_qtest name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES;ARGS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     # Tests drive the virtual card: the SDK's control API is theirs.
     target_link_libraries(${name} PRIVATE Qt6::Test ${ARG_LIBRARIES} utps_control link_warnings)
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${name} ${ARG_ARGS})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${LINK_TEST_ENVIRONMENT}")
 endfunction()

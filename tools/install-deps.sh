@@ -15,6 +15,9 @@ packages=(
     # headers), and the real daemon with a private bus for its tests.
     libmm-glib-dev libglib2.0-dev
     modemmanager dbus-daemon libglib2.0-bin
+    # The tray tests' desktop: a tray host and a notification service on a
+    # private session bus.
+    python3-dbus python3-gi
 )
 
 missing=()

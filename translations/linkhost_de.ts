@@ -2,6 +2,52 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>Autostart</name>
+    <message>
+        <source>Cannot remove %1</source>
+        <translation>%1 kann nicht entfernt werden</translation>
+    </message>
+    <message>
+        <source>Cannot create the folder %1</source>
+        <translation>Der Ordner %1 kann nicht angelegt werden</translation>
+    </message>
+    <message>
+        <source>Cannot write %1: %2</source>
+        <translation>%1 kann nicht geschrieben werden: %2</translation>
+    </message>
+</context>
+<context>
+    <name>HostTray</name>
+    <message>
+        <source>Show linkhost</source>
+        <translation>linkhost anzeigen</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message>
+        <source>linkhost: no card</source>
+        <translation>linkhost: keine Karte</translation>
+    </message>
+    <message>
+        <source>card</source>
+        <translation>Karte</translation>
+    </message>
+    <message>
+        <source>linkhost: %1, PIN needed</source>
+        <translation>linkhost: %1, PIN erforderlich</translation>
+    </message>
+    <message>
+        <source>linkhost: %1, radio off</source>
+        <translation>linkhost: %1, Funk aus</translation>
+    </message>
+    <message>
+        <source>linkhost: %1, ready</source>
+        <translation>linkhost: %1, bereit</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Mini frame refreshed</source>
@@ -170,6 +216,62 @@
     <message>
         <source>Detect devices</source>
         <translation>Geräte suchen</translation>
+    </message>
+    <message>
+        <source>&amp;Settings</source>
+        <translation>&amp;Einstellungen</translation>
+    </message>
+    <message>
+        <source>Start at login</source>
+        <translation>Bei der Anmeldung starten</translation>
+    </message>
+    <message>
+        <source>Desktop notifications</source>
+        <translation>Desktop-Benachrichtigungen</translation>
+    </message>
+    <message>
+        <source>linkhost starts at login</source>
+        <translation>linkhost startet bei der Anmeldung</translation>
+    </message>
+    <message>
+        <source>linkhost no longer starts at login</source>
+        <translation>linkhost startet nicht mehr bei der Anmeldung</translation>
+    </message>
+    <message>
+        <source>The card</source>
+        <translation>Die Karte</translation>
+    </message>
+    <message>
+        <source>Card detected</source>
+        <translation>Karte erkannt</translation>
+    </message>
+    <message>
+        <source>%1 was plugged in.</source>
+        <translation>%1 wurde eingesteckt.</translation>
+    </message>
+    <message>
+        <source>SIM ready</source>
+        <translation>SIM bereit</translation>
+    </message>
+    <message>
+        <source>%1 is ready to connect.</source>
+        <translation>%1 ist bereit zum Verbinden.</translation>
+    </message>
+    <message>
+        <source>Radio switched</source>
+        <translation>Funk umgeschaltet</translation>
+    </message>
+    <message>
+        <source>The radio was switched by the hardware switch.</source>
+        <translation>Der Funk wurde mit dem Hardwareschalter umgeschaltet.</translation>
+    </message>
+    <message>
+        <source>Card removed</source>
+        <translation>Karte entfernt</translation>
+    </message>
+    <message>
+        <source>%1 was removed.</source>
+        <translation>%1 wurde entfernt.</translation>
     </message>
 </context>
 <context>

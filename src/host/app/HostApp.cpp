@@ -6,10 +6,12 @@
 #include "HostLog.h"
 #include "HostSiblings.h"
 #include "HostTranslator.h"
+#include "HostTray.h"
 #include "MainWindow.h"
 #include "QuitOnSignal.h"
 #include "RecordMatcher.h"
 #include "ScenarioRunner.h"
+#include "SingleInstance.h"
 #include "Startup.h"
 #include "Transcript.h"
 #include "VirtualCardPanel.h"
@@ -98,6 +100,8 @@ HostApp::~HostApp()
 
 int HostApp::run()
 {
+    if (!claimInstance())
+        return m_exitCode;
     if (!prepare())
         return m_exitCode;
     createHost();
@@ -122,6 +126,31 @@ void HostApp::fail(const QString& message)
     m_exitCode = ExitBadInput;
 }
 
+bool HostApp::claimInstance()
+{
+    // A replay is a test of its own: it neither finds nor blocks a host the
+    // user runs.
+    if (m_replay)
+        return true;
+    m_instance = std::make_unique<SingleInstance>();
+    QString message;
+    const SingleInstance::Role role = m_instance->claim(&message);
+    if (!message.isEmpty())
+        printError(message);
+    if (role != SingleInstance::Role::Second) {
+        connect(m_instance.get(), &SingleInstance::activationRequested, this, [this] {
+            qDebug("linkhost: shown at the request of another linkhost");
+            if (m_mainWindow)
+                m_mainWindow->bringToFront();
+        });
+        return true;
+    }
+    printError(QStringLiteral("already running; its window was asked to show itself"));
+    m_instance.reset();
+    m_exitCode = ExitOk;
+    return false;
+}
+
 bool HostApp::prepare()
 {
     if (!readScenario() || !chooseBackend() || !prepareUserData() || !prepareLog() ||
@@ -143,8 +172,11 @@ bool HostApp::prepare()
         m_runner->installResponder();
         connect(m_runner.get(), &ScenarioRunner::finished, this, &HostApp::onScenarioFinished);
     }
-    // A scenario may close every window and still have steps to play.
-    QApplication::setQuitOnLastWindowClosed(!m_replay);
+    // Only the main window's close ends the host (createTray), and not
+    // while a scenario plays: it may close every window and still have steps
+    // to play. A prompt closed while the window sits in the tray is not the
+    // last window closing.
+    QApplication::setQuitOnLastWindowClosed(false);
     connect(qApp, &QCoreApplication::aboutToQuit, this, [] { qDebug("linkhost: about to quit"); });
     m_quitOnSignal = std::make_unique<QuitOnSignal>();
     connect(m_quitOnSignal.get(), &QuitOnSignal::signalled, this, [](int signal) {
@@ -360,6 +392,24 @@ void HostApp::createHost()
     } else {
         m_mainWindow->setDeviceNameSource(currentDeviceName);
     }
+    createTray();
+}
+
+void HostApp::createTray()
+{
+    m_tray = std::make_unique<HostTray>(m_mainWindow.get());
+    const auto quit = [] {
+        qDebug("linkhost: quit chosen");
+        QCoreApplication::quit();
+    };
+    connect(m_mainWindow.get(), &MainWindow::quitRequested, this, quit);
+    connect(m_tray.get(), &HostTray::quitRequested, this, quit);
+    if (!m_replay)
+        connect(m_mainWindow.get(), &MainWindow::closed, this, quit);
+    // Asked at each close: a tray may come and go with the desktop's panel.
+    m_mainWindow->setCloseHides(&HostTray::available);
+    if (!HostTray::available())
+        qDebug("linkhost: no system tray on this desktop: closing the window ends linkhost");
 }
 
 void HostApp::showBackendStatus()
@@ -447,6 +497,16 @@ void HostApp::startPlugins()
 
 void HostApp::showMainWindow()
 {
+    if (m_options.hidden && HostTray::available()) {
+        qDebug("linkhost: started hidden in the tray");
+        // The tray is the frame now: the plug-ins may show what they must
+        // (the PIN prompt) without waiting for a window nobody sees.
+        QTimer::singleShot(0, this, &HostApp::frameShown);
+        return;
+    }
+    if (m_options.hidden)
+        printError(QStringLiteral("no system tray on this desktop: showing the window instead of "
+                                  "starting hidden"));
     m_mainWindow->show();
     QTimer::singleShot(0, this, &HostApp::waitForExposure);
 }
@@ -550,6 +610,7 @@ void HostApp::shutDown()
     m_deviceManager = nullptr;
     removeObservers();
     m_runner.reset();
+    m_tray.reset();
     m_mainWindow.reset();
     m_watcher.reset();
     Startup::SetPluginContainer(nullptr);
@@ -557,5 +618,6 @@ void HostApp::shutDown()
     m_siblings.reset();
     QCoreApplication::removeTranslator(m_translator.get());
     m_translator.reset();
+    m_instance.reset();
     qDebug("linkhost: shut down");
 }

@@ -15,6 +15,8 @@
 #include <memory>
 
 class HostSiblings;
+class HostTray;
+class SingleInstance;
 class HostTranslator;
 class IDeviceMgr;
 class MainWindow;
@@ -52,6 +54,7 @@ public:
                               const std::function<bool()>& modemManagerRuns);
 
 private:
+    bool claimInstance();
     bool prepare();
     bool readScenario();
     bool chooseBackend();
@@ -65,6 +68,7 @@ private:
     void showBackendStatus();
     void loadPlugins();
     void startPlugins();
+    void createTray();
     void showMainWindow();
     void waitForExposure();
     void frameShown();
@@ -86,6 +90,8 @@ private:
     std::unique_ptr<HostSiblings> m_siblings;
     std::unique_ptr<HostTranslator> m_translator;
     std::unique_ptr<MainWindow> m_mainWindow;
+    std::unique_ptr<HostTray> m_tray;
+    std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<WindowWatcher> m_watcher;
     std::unique_ptr<ScenarioRunner> m_runner;
     std::unique_ptr<QuitOnSignal> m_quitOnSignal;

@@ -69,6 +69,8 @@ bool* flagSlot(HostOptions* options, const QString& name)
         return &options->headless;
     if (name == QLatin1String("--trace"))
         return &options->trace;
+    if (name == QLatin1String("--hidden"))
+        return &options->hidden;
     if (name == QLatin1String("--help") || name == QLatin1String("-h"))
         return &options->help;
     return nullptr;
@@ -142,12 +144,14 @@ QString HostOptions::usage()
         "usage: linkhost [--scenario FILE] [--headless] [--transcript FILE]\n"
         "                [--screenshots DIR] [--trace] [--setup FILE] [--plugins DIR]\n"
         "                [--user-data DIR] [--backend sim|modemmanager]\n"
-        "                [--fault FUNCTION=RESULT]... [--expect-timeout MS]\n"
+        "                [--fault FUNCTION=RESULT]... [--expect-timeout MS] [--hidden]\n"
         "  --scenario FILE     replay FILE; exit 0 when every expectation held,\n"
         "                      1 when one failed, 2 when the file is bad\n"
         "  --setup FILE        take the virtual cards and host settings from FILE and\n"
         "                      run interactively\n"
         "  --headless          run on the offscreen platform\n"
+        "  --hidden            start in the tray without the window (as when started\n"
+        "                      at login); the window shows when there is no tray\n"
         "  --transcript FILE   write the transcript to FILE\n"
         "  --screenshots DIR   save a picture of every window shown into DIR\n"
         "  --trace             copy the trace lines to stderr (they always go to\n"
@@ -162,5 +166,7 @@ QString HostOptions::usage()
         "                      system bus, else sim\n"
         "  --fault F=R         the SDK function F returns R on every call, whatever\n"
         "                      the backend (repeatable; wins over the scenario's faults)\n"
-        "  --expect-timeout MS wait at most MS for any expectation of the scenario\n");
+        "  --expect-timeout MS wait at most MS for any expectation of the scenario\n"
+        "Only one linkhost runs per user: a second one shows the first one's window\n"
+        "and exits (a scenario replay runs anyway).\n");
 }

@@ -23,6 +23,7 @@ struct HostOptions
     QString backend;     // --backend sim|modemmanager: the SDK's backend
     QList<Fault> faults; // --fault, repeatable
     bool headless = false;
+    bool hidden = false; // --hidden: start in the tray (as at login)
     bool trace = false;
     bool help = false;
 

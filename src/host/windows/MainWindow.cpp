@@ -1,5 +1,7 @@
 #include "MainWindow.h"
 
+#include "Autostart.h"
+#include "CommonUtils.h"
 #include "ContractNames.h"
 #include "DeviceCalls.h"
 #include "HostSiblings.h"
@@ -7,6 +9,8 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QCheckBox>
+#include <QCloseEvent>
+#include <QCoreApplication>
 #include <QDockWidget>
 #include <QEvent>
 #include <QGroupBox>
@@ -18,6 +22,8 @@
 
 namespace {
 constexpr int StatusMessageMs = 3000;
+const char SettingsGroup[] = "Host";
+const char NotificationsKey[] = "DesktopNotifications";
 
 struct DeviceEntry
 {
@@ -127,9 +133,85 @@ void MainWindow::buildMenus()
     m_actionTexts.append({file->menuAction(), QT_TR_NOOP("&File")});
     QAction* quit = addAction(file, QT_TR_NOOP("&Quit"), QStringLiteral("LinkHost_ActionQuit"));
     quit->setShortcut(QKeySequence::Quit);
-    connect(quit, &QAction::triggered, this, &QWidget::close);
+    connect(quit, &QAction::triggered, this, &MainWindow::quitRequested);
     buildDeviceMenu();
     buildLanguageMenu();
+    buildSettingsMenu();
+}
+
+void MainWindow::buildSettingsMenu()
+{
+    QMenu* settings = menuBar()->addMenu(QString());
+    settings->setObjectName(QStringLiteral("LinkHost_SettingsMenu"));
+    m_actionTexts.append({settings->menuAction(), QT_TR_NOOP("&Settings")});
+    m_startAtLogin = addAction(settings, QT_TR_NOOP("Start at login"),
+                               QStringLiteral("LinkHost_ActionStartAtLogin"));
+    m_startAtLogin->setCheckable(true);
+    m_startAtLogin->setChecked(Autostart::isEnabled());
+    connect(m_startAtLogin, &QAction::triggered, this, &MainWindow::onStartAtLogin);
+    m_desktopNotifications = addAction(settings, QT_TR_NOOP("Desktop notifications"),
+                                       QStringLiteral("LinkHost_ActionDesktopNotifications"));
+    m_desktopNotifications->setCheckable(true);
+    const QString stored = CommonUtils::GetSettings(SettingsGroup, NotificationsKey);
+    m_desktopNotifications->setChecked(stored.isEmpty() || CommonUtils::IsYes(stored));
+    connect(m_desktopNotifications, &QAction::triggered, this, [this](bool on) {
+        CommonUtils::SetSettings(SettingsGroup, NotificationsKey,
+                                 on ? QStringLiteral("yes") : QStringLiteral("no"));
+        emit desktopNotificationsSwitched(on);
+    });
+}
+
+bool MainWindow::desktopNotificationsOn() const
+{
+    return m_desktopNotifications->isChecked();
+}
+
+void MainWindow::onStartAtLogin(bool on)
+{
+    QString error;
+    if (Autostart::setEnabled(on, QCoreApplication::applicationFilePath(), &error)) {
+        showStatus(on ? tr("linkhost starts at login") : tr("linkhost no longer starts at login"));
+        return;
+    }
+    // The entry is what it was: so is the tick.
+    m_startAtLogin->setChecked(Autostart::isEnabled());
+    qWarning("linkhost: start at login: %s", qPrintable(error));
+    CommonUtils::ShowMessage(QMessageBox::Warning, this, tr("Start at login"), error);
+}
+
+void MainWindow::setCloseHides(std::function<bool()> closeHides)
+{
+    m_closeHides = std::move(closeHides);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_closeHides && m_closeHides()) {
+        hide();
+        event->ignore();
+        return;
+    }
+    QMainWindow::closeEvent(event);
+    emit closed();
+}
+
+void MainWindow::bringToFront()
+{
+    if (isMinimized())
+        showNormal();
+    else
+        show();
+    raise();
+    activateWindow();
+}
+
+MainWindow::Summary MainWindow::summary() const
+{
+    if (m_device != Device::Present)
+        return Summary::NoCard;
+    if (m_sim == Tristate::No)
+        return Summary::PinNeeded;
+    return m_radio == Tristate::No ? Summary::RadioOff : Summary::Ready;
 }
 
 void MainWindow::buildDeviceMenu()
@@ -298,8 +380,22 @@ void MainWindow::onNotified(unsigned int code, const QString& to)
         item->setToolTip(to);
     m_notifications->addItem(item);
     m_notifications->scrollToBottom();
+    const Device deviceBefore = m_device;
+    const Tristate simBefore = m_sim;
     learn(code);
+    tell(deviceBefore, simBefore, code);
     showState();
+}
+
+void MainWindow::tell(Device deviceBefore, Tristate simBefore, unsigned int code)
+{
+    const QString name = m_name.isEmpty() ? tr("The card") : m_name;
+    if (deviceBefore != Device::Present && m_device == Device::Present)
+        emit notice(tr("Card detected"), tr("%1 was plugged in.").arg(name));
+    if (m_device == Device::Present && simBefore != Tristate::Yes && m_sim == Tristate::Yes)
+        emit notice(tr("SIM ready"), tr("%1 is ready to connect.").arg(name));
+    if (code == NTF_RF_SWITCH_CHANGED)
+        emit notice(tr("Radio switched"), tr("The radio was switched by the hardware switch."));
 }
 
 void MainWindow::onMenuRequest(const QString& op)
@@ -348,6 +444,9 @@ void MainWindow::learn(unsigned int code)
 
 void MainWindow::forgetDevice()
 {
+    if (m_device == Device::Present)
+        emit notice(tr("Card removed"),
+                    tr("%1 was removed.").arg(m_name.isEmpty() ? tr("The card") : m_name));
     // What the last card said about its radio says nothing about the next.
     m_device = Device::None;
     m_name.clear();
@@ -356,6 +455,11 @@ void MainWindow::forgetDevice()
 
 void MainWindow::showState()
 {
+    if (summary() != m_summary || m_name != m_summaryName) {
+        m_summary = summary();
+        m_summaryName = m_name;
+        emit stateChanged();
+    }
     m_backendLabel->setText(tr("Devices from: %1").arg(m_backendMessage));
     switch (m_device) {
     case Device::None:

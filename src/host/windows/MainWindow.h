@@ -1,6 +1,6 @@
 // The host's main window: the device, SIM and radio state as the plug-ins'
 // notifications tell it, a live list of every notification, the Device menu
-// that drives IDeviceMgr and the Language menu.
+// that drives IDeviceMgr, the Language menu and the Settings menu.
 #pragma once
 
 #include <QMainWindow>
@@ -17,6 +17,7 @@ class QDockWidget;
 class QGroupBox;
 class QLabel;
 class QListWidget;
+class QCloseEvent;
 class QMenu;
 
 class MainWindow : public QMainWindow
@@ -26,6 +27,15 @@ public:
     // What the window and a docked panel are laid out for.
     static constexpr QSize DefaultSize{900, 560};
     static constexpr int PanelWidth = 540;
+
+    // The device, SIM and radio state in one word, for the tray.
+    enum class Summary
+    {
+        NoCard,
+        PinNeeded, // the SIM is not ready: its PIN (or PUK) is wanted
+        Ready,
+        RadioOff,
+    };
 
     explicit MainWindow(HostSiblings* siblings, QWidget* parent = nullptr);
 
@@ -44,6 +54,16 @@ public:
     void addPanel(QDockWidget* panel);
 
     QMenu* deviceMenu() const { return m_deviceMenu; }
+    Summary summary() const;
+    // The Settings menu's choice (on unless switched off).
+    bool desktopNotificationsOn() const;
+    // The current device's name; empty without one or before it is known.
+    QString deviceName() const { return m_name; }
+    // Whether closing the window only hides it (a tray keeps the host
+    // reachable); without it closing the window ends the host.
+    void setCloseHides(std::function<bool()> closeHides);
+    // Shows the window, brought to the front even from the tray.
+    void bringToFront();
     // Enables the Device menu's entries by the device manager's state; the
     // menu does this itself each time it is about to be shown.
     void updateDeviceMenu();
@@ -57,9 +77,20 @@ public:
 
 signals:
     void languageRequested(const QString& lang);
+    // File > Quit: the host ends, whatever closing the window would do.
+    void quitRequested();
+    // The window was closed, not just hidden to the tray.
+    void closed();
+    // summary() or deviceName() changed.
+    void stateChanged();
+    // Something a person must know even while the window is hidden.
+    void notice(const QString& title, const QString& text);
+    // The Settings menu's desktop notifications entry was switched.
+    void desktopNotificationsSwitched(bool on);
 
 protected:
     void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     enum class Device
@@ -79,12 +110,15 @@ private:
     void buildMenus();
     void buildDeviceMenu();
     void buildLanguageMenu();
+    void buildSettingsMenu();
+    void onStartAtLogin(bool on);
     QAction* addAction(QMenu* menu, const char* text, const QString& objectName);
     void retranslate();
     void applyMenuState(bool haveManager, bool deviceAvailable, bool simValid);
     void onNotified(unsigned int code, const QString& to);
     void onMenuRequest(const QString& op);
     void learn(unsigned int code);
+    void tell(Device deviceBefore, Tristate simBefore, unsigned int code);
     void forgetDevice();
     void showState();
     void showStatus(const QString& message);
@@ -110,6 +144,11 @@ private:
     QCheckBox* m_dialup = nullptr;
     QMenu* m_deviceMenu = nullptr;
     QMenu* m_languageMenu = nullptr;
+    QAction* m_startAtLogin = nullptr;
+    QAction* m_desktopNotifications = nullptr;
+    std::function<bool()> m_closeHides;
+    Summary m_summary = Summary::NoCard;
+    QString m_summaryName;
     // Every menu title and entry with its untranslated text.
     QList<std::pair<QAction*, const char*>> m_actionTexts;
 };

@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
@@ -141,6 +142,10 @@ private slots:
         row("missing plug-in folder", R"({"steps": []})", 0,
             {"does not exist; running without plug-ins"}, {"notify " + broadcast(NTF_FRAME_SHOWN)},
             {"--plugins", m_dir.filePath("none")});
+        row("--hidden without a tray: the window shows, and that is said",
+            R"({"steps": [{"expect": "widget", "widget": "LinkHost_MainWindow", "visible": true}]})",
+            0, {"no system tray on this desktop: showing the window instead"}, {"expect ok 1"},
+            {"--hidden"});
         row("unknown option", R"({"steps": []})", 2, {"unknown option"}, {}, {"--frobnicate"});
         row("unknown backend", R"({"steps": []})", 2, {"unknown backend \"bogus\""}, {},
             {"--backend", "bogus"});
@@ -271,6 +276,56 @@ private slots:
         QVERIFY(find(log, QString("linkhost: quitting on signal %1").arg(signal)) >= 0);
         QVERIFY2(!log.isEmpty() && log.last().contains("linkhost: shut down"),
                  qPrintable(log.join('\n')));
+    }
+
+    // One host per user: a second one shows the first and leaves; a replay
+    // runs beside it; a socket left by a crash is taken over, and said so.
+    void oneHostPerUser()
+    {
+        QTemporaryDir runtime, userData;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_RUNTIME_DIR", runtime.path());
+        const QString socket = runtime.filePath("linkhost.socket");
+        const QStringList interactive = {"--headless", "--user-data", userData.path(), "--plugins",
+                                         PROBE_PLUGIN_DIR};
+        QString err;
+        const auto start = [&](QProcess& process, const QStringList& options) {
+            process.setProcessEnvironment(environment);
+            connect(&process, &QProcess::readyReadStandardError, &process,
+                    [&] { err += QString::fromLocal8Bit(process.readAllStandardError()); });
+            process.start(LINKHOST_PATH, options);
+        };
+        const auto runToEnd = [&](const QStringList& options) {
+            QProcess process;
+            start(process, options);
+            return process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit
+                       ? process.exitCode()
+                       : -1;
+        };
+
+        QProcess first;
+        start(first, interactive);
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(socket), 20000);
+        QCOMPARE(runToEnd(interactive), 0);
+        QVERIFY2(err.contains("already running; its window was asked to show itself"),
+                 qPrintable(err));
+        QTRY_VERIFY(find(readLines(userData.filePath("linkhost.log")),
+                         "shown at the request of another linkhost") >= 0);
+        QCOMPARE(runToEnd(arguments(R"({"steps": []})", m_dir.filePath("beside.txt"))), 0);
+
+        QCOMPARE(::kill(pid_t(first.processId()), SIGKILL), 0);
+        QVERIFY(first.waitForFinished(20000));
+        QVERIFY(QFileInfo::exists(socket));
+        err.clear();
+        QProcess third;
+        start(third, interactive);
+        QTRY_VERIFY_WITH_TIMEOUT(err.contains("left by a linkhost that ended without closing it"),
+                                 20000);
+        QCOMPARE(runToEnd(interactive), 0); // the third is the one now
+        QVERIFY2(err.contains("already running"), qPrintable(err));
+        third.terminate();
+        QVERIFY(third.waitForFinished(20000));
+        QCOMPARE(third.exitStatus(), QProcess::NormalExit);
     }
 
 private:
