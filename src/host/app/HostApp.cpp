@@ -35,6 +35,9 @@
 
 namespace {
 constexpr int ExposePollMs = 10;
+// How long a hidden start waits for a tray before it shows the window.
+constexpr int TrayWaitMs = 5000;
+constexpr int TrayPollMs = 250;
 
 void printError(const QString& message)
 {
@@ -497,18 +500,31 @@ void HostApp::startPlugins()
 
 void HostApp::showMainWindow()
 {
-    if (m_options.hidden && HostTray::available()) {
-        qDebug("linkhost: started hidden in the tray");
-        // The tray is the frame now: the plug-ins may show what they must
-        // (the PIN prompt) without waiting for a window nobody sees.
-        QTimer::singleShot(0, this, &HostApp::frameShown);
+    if (!m_options.hidden) {
+        m_mainWindow->show();
+        QTimer::singleShot(0, this, &HostApp::waitForExposure);
         return;
     }
-    if (m_options.hidden)
-        printError(QStringLiteral("no system tray on this desktop: showing the window instead of "
-                                  "starting hidden"));
+    qDebug("linkhost: starting hidden");
+    // The tray is the frame now: the plug-ins may show what they must (the
+    // PIN prompt) without waiting for a window nobody sees.
+    QTimer::singleShot(0, this, &HostApp::frameShown);
+    waitForTray();
+}
+
+void HostApp::waitForTray()
+{
+    if (HostTray::available())
+        return;
+    // Started at login, linkhost may be quicker than the desktop's panel.
+    if (m_trayWaitedMs < TrayWaitMs) {
+        m_trayWaitedMs += TrayPollMs;
+        QTimer::singleShot(TrayPollMs, this, &HostApp::waitForTray);
+        return;
+    }
+    printError(QStringLiteral("no system tray on this desktop: showing the window instead of "
+                              "staying hidden"));
     m_mainWindow->show();
-    QTimer::singleShot(0, this, &HostApp::waitForExposure);
 }
 
 void HostApp::waitForExposure()

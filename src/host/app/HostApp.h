@@ -71,6 +71,7 @@ private:
     void createTray();
     void showMainWindow();
     void waitForExposure();
+    void waitForTray();
     void frameShown();
     void onScenarioFinished(int exitCode);
     bool screenshot(const QString& file, bool screen, QString* error);
@@ -98,5 +99,6 @@ private:
     QList<QPointer<QObject>> m_plugins;
     QPointer<QObject> m_deviceManager;
     int m_exposeWaitedMs = 0;
+    int m_trayWaitedMs = 0;
     bool m_inEventLoop = false;
 };

@@ -151,7 +151,7 @@ QString HostOptions::usage()
         "                      run interactively\n"
         "  --headless          run on the offscreen platform\n"
         "  --hidden            start in the tray without the window (as when started\n"
-        "                      at login); the window shows when there is no tray\n"
+        "                      at login); the window shows when no tray comes within 5 s\n"
         "  --transcript FILE   write the transcript to FILE\n"
         "  --screenshots DIR   save a picture of every window shown into DIR\n"
         "  --trace             copy the trace lines to stderr (they always go to\n"
