@@ -154,10 +154,9 @@ void MainWindow::buildSettingsMenu()
     m_desktopNotifications->setCheckable(true);
     const QString stored = CommonUtils::GetSettings(SettingsGroup, NotificationsKey);
     m_desktopNotifications->setChecked(stored.isEmpty() || CommonUtils::IsYes(stored));
-    connect(m_desktopNotifications, &QAction::triggered, this, [this](bool on) {
+    connect(m_desktopNotifications, &QAction::triggered, this, [](bool on) {
         CommonUtils::SetSettings(SettingsGroup, NotificationsKey,
                                  on ? QStringLiteral("yes") : QStringLiteral("no"));
-        emit desktopNotificationsSwitched(on);
     });
 }
 

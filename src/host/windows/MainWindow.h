@@ -85,8 +85,6 @@ signals:
     void stateChanged();
     // Something a person must know even while the window is hidden.
     void notice(const QString& title, const QString& text);
-    // The Settings menu's desktop notifications entry was switched.
-    void desktopNotificationsSwitched(bool on);
 
 protected:
     void changeEvent(QEvent* event) override;
