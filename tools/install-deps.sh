@@ -6,6 +6,7 @@ packages=(
     cmake g++ ninja-build pkg-config
     qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-tools-dev-tools
     xvfb xauth
+    x11-utils  # xwininfo: the Xvfb test asks the X server where the PIN dialog is
     # clang for the sanitizer builds (its undefined-behaviour checks include
     # enumeration loads, which gcc's lack) and libFuzzer for the fuzz targets.
     clang libclang-rt-14-dev
