@@ -5,7 +5,7 @@ PRESET ?= default
 DEMO ?= scenarios/demo.json
 BUILD_DIR := build
 
-.PHONY: all deps configure build run test bench clean format format-check screenshots
+.PHONY: all deps configure build run test bench package clean format format-check screenshots
 
 all: build
 
@@ -26,6 +26,10 @@ test: build
 BENCHES := bench_event_intake bench_prompt_latency bench_cold_start bench_pin_prompt
 bench: build
 	@for b in $(BENCHES); do $(BUILD_DIR)/bin/$$b || echo "$$b: failed"; done
+
+# The Debian package of the build: $(BUILD_DIR)/linkhost_<version>_<arch>.deb.
+package: build
+	@cmake --build --preset $(PRESET) --target package
 
 run: build
 	@DEMO=$(DEMO) bash tools/run-demo.sh

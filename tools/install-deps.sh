@@ -19,6 +19,9 @@ packages=(
     # The tray tests' desktop: a tray host and a notification service on a
     # private session bus.
     python3-dbus python3-gi
+    # make package: cpack finds the binaries with file and their dependencies
+    # with dpkg-shlibdeps.
+    dpkg-dev file
 )
 
 missing=()

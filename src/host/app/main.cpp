@@ -29,6 +29,8 @@ int main(int argc, char* argv[])
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("linkhost"));
     QApplication::setOrganizationName(QStringLiteral("linkmarrow"));
+    // Lets a desktop match the windows to linkhost.desktop (icon, name).
+    QGuiApplication::setDesktopFileName(QStringLiteral("linkhost"));
     HostApp host(options);
     return host.run();
 }
