@@ -42,14 +42,7 @@ private slots:
             QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
                               table->visualItemRect(table->item(row, column)).center());
         };
-        for (const QString& name : {QString("Card A"), second}) {
-            sim::CardConfig config;
-            config.name = name.toStdString();
-            config.port = 3 + host.card().cardCount();
-            host.card().addCard(config);
-        }
-        host.startService();
-        QVERIFY(host.waitForEvents());
+        QVERIFY(host.startWith({namedCard("Card A", 3), namedCard(second.toStdString(), 4)}));
         QCOMPARE(host.card().currentCard(), 0);
         QCOMPARE(UTPS_DevSrv_ManualChangeDevice(qPrintable(second), "", 4), 0);
         QVERIFY(host.waitForEvents());

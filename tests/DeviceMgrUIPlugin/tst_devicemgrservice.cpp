@@ -9,7 +9,6 @@
 
 #include <CommonUtils.h>
 
-#include <QMutex>
 #include <QRegularExpression>
 #include <QTest>
 #include <QThread>
@@ -20,26 +19,6 @@
 #include <vector>
 
 namespace {
-
-// Trace lines, each behind "gui " or "sdk " for the thread that wrote it.
-QMutex g_traceMutex;
-QStringList g_trace;
-
-void noteThread(QtMsgType, const QMessageLogContext&, const QString& text)
-{
-    QMutexLocker lock(&g_traceMutex);
-    g_trace << (QThread::currentThread() == qApp->thread() ? "gui " : "sdk ") + text;
-}
-
-// The threads that wrote a line containing `text`.
-QStringList threadsWriting(const QString& text)
-{
-    QStringList threads;
-    for (const QString& line : g_trace.filter(text))
-        threads << line.left(3);
-    threads.removeDuplicates();
-    return threads;
-}
 
 // What the service's signals bring a GUI-thread receiver, in order.
 struct Received : QObject
@@ -143,13 +122,8 @@ private slots:
         QFETCH(QString, seen);
 
         HostFixture host;
-        for (const char* name : {"Card One", "Card Two"}) {
-            sim::CardConfig config;
-            config.name = name;
-            host.card().addCard(config);
-        }
-        CDeviceMgrService* service = host.startService();
-        QVERIFY(host.waitForEvents());
+        CDeviceMgrService* service = host.startWith({namedCard("Card One"), namedCard("Card Two")});
+        QVERIFY(service);
         DeviceMgrUILogic* logic = service->uiLogic();
         logic->ClearDeviceInfo();
         const uint simWord = service->simStateWord(), fpWord = service->fpVerifyWord();
@@ -161,8 +135,7 @@ private slots:
             for (int i = 0; i < list.nDevNum && i < MAX_DEVICE_COUNT; ++i)
                 names << QString::fromLatin1(list.stDevInfo[i].szDeviceName);
         });
-        g_trace.clear();
-        const QtMessageHandler previous = qInstallMessageHandler(noteThread);
+        TraceCapture trace;
         for (int code : codes) {
             if (payload.isEmpty() &&
                 (code == UTPS_EVENT_DEV_DETECTED || code == UTPS_EVENT_DEV_LIST_UPDATE ||
@@ -173,9 +146,7 @@ private slots:
             else
                 host.card().raiseEvent(code, std::vector<uint32_t>(payload.begin(), payload.end()));
         }
-        const bool settled = host.waitForEvents();
-        qInstallMessageHandler(previous);
-        QVERIFY(settled);
+        QVERIFY(host.waitForEvents());
 
         QStringList did = received.seen;
         if (!names.isEmpty())
@@ -186,17 +157,16 @@ private slots:
             did << QStringLiteral("FP word %1").arg(service->fpVerifyWord());
         QCOMPARE(did.join("; "), seen);
         // The callback runs on the SDK's thread, the handling slot on the GUI thread.
-        QCOMPARE(threadsWriting("OnDevMgrEventsCB : called event = "), QStringList{"sdk"});
-        QCOMPARE(threadsWriting("deviceMgrEventHandler : ,called"), QStringList{"gui"});
+        QCOMPARE(trace.threadsWriting("OnDevMgrEventsCB : called event = "), QStringList{"sdk"});
+        QCOMPARE(trace.threadsWriting("deviceMgrEventHandler : ,called"), QStringList{"gui"});
     }
     // The list is the GUI thread's: one arriving from the SDK's thread takes
     // its place there, in turn, never while the GUI thread works with it.
     void deviceListsArriveOnTheGuiThread()
     {
         HostFixture host;
-        host.card().addCard({});
-        CDeviceMgrService* service = host.startService();
-        QVERIFY(host.waitForEvents());
+        CDeviceMgrService* service = host.startWith({sim::CardConfig{}});
+        QVERIFY(service);
         DeviceMgrUILogic* logic = service->uiLogic();
         for (int i = 0; i < 200; ++i)
             host.card().raiseDeviceListEvent(UTPS_EVENT_DEV_DETECTED);
@@ -214,8 +184,8 @@ private slots:
     void aStormWaitsForTheGuiThreadButNotForEver()
     {
         HostFixture host;
-        CDeviceMgrService* service = host.startService();
-        QVERIFY(host.waitForEvents());
+        CDeviceMgrService* service = host.startWith({});
+        QVERIFY(service);
         TraceCapture trace;
         Received received(service);
         constexpr int kEvents = 3000;
@@ -242,9 +212,8 @@ private slots:
     void eventsDroppedAfterAboutToQuit()
     {
         HostFixture host;
-        host.card().addCard({});
-        CDeviceMgrService* service = host.startService();
-        QVERIFY(host.waitForEvents());
+        CDeviceMgrService* service = host.startWith({sim::CardConfig{}});
+        QVERIFY(service);
         Received received(service);
         QVERIFY(QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit"));
         QVERIFY(CommonUtils::IsShuttingDown());
@@ -298,9 +267,7 @@ private slots:
         QVERIFY(fresh->validSim());
         QCOMPARE(fresh->Init(), 1);
         QCOMPARE(fresh->uiLogic(), askedDuringDeletion);
-        sim::CardConfig config;
-        config.name = "After Restart";
-        host.card().addCard(config);
+        host.card().addCard(namedCard("After Restart"));
         QVERIFY(host.waitForEvents());
         QCOMPARE(fresh->uiLogic()->StoredCurrentDeviceName(), QString("After Restart"));
     }

@@ -27,14 +27,6 @@ static std::unique_ptr<DeviceList> makeList(int count, const char* prefix, int f
     return list;
 }
 
-static sim::CardConfig namedCard(const char* name, int port)
-{
-    sim::CardConfig config;
-    config.name = name;
-    config.port = port;
-    return config;
-}
-
 class TestDeviceMgrUILogic : public QObject
 {
     Q_OBJECT

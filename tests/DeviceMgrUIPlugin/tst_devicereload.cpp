@@ -80,16 +80,10 @@ private slots:
     {
         QFETCH(Choice, row);
         const auto& [firstChoice, chosenType, chosenRow, reply, asked, switched, reload] = row;
-        // "Card A" (a SIM card) on port 3, in use, and "Card B" on port 4.
-        for (int i : {0, 1}) {
-            sim::CardConfig config;
-            config.name = i ? "Card B" : "Card A";
-            config.port = 3 + i;
-            config.productType = i ? chosenType : 2;
-            m_host->card().addCard(config);
-        }
-        m_host->startService();
-        QVERIFY(m_host->waitForEvents());
+        // "Card A", a SIM card by default, in use, and "Card B".
+        sim::CardConfig second = namedCard("Card B", 4);
+        second.productType = chosenType;
+        QVERIFY(m_host->startWith({namedCard("Card A", 3), second}));
         QCOMPARE(m_host->card().currentCard(), 0);
         useReloadMap(!firstChoice);
         m_chooser->ShowChooseDlg(m_host->mainWindow());

@@ -13,7 +13,6 @@
 #include <ExtendDialog.h>
 
 #include <QLabel>
-#include <QMessageBox>
 #include <QTest>
 #include <QTimer>
 
@@ -57,8 +56,7 @@ const Step fromHere{Step::StartWatching}; // only what the steps after it send, 
 
 sim::CardConfig card(const char* name, int simStatus = 1, int productType = 2, bool pin = false)
 {
-    sim::CardConfig config;
-    config.name = name;
+    sim::CardConfig config = namedCard(name);
     config.sim.status = simStatus;
     config.productType = productType;
     config.sim.pinEnabled = pin;
@@ -104,16 +102,6 @@ class tst_DeviceState : public QObject
     Q_OBJECT
 
     std::unique_ptr<HostFixture> m_host;
-
-    // Adds the cards, starts the service and lets the start-up events through;
-    // null when they did not settle.
-    CDeviceMgrService* startWith(const Cards& cards)
-    {
-        for (const sim::CardConfig& config : cards)
-            m_host->card().addCard(config);
-        CDeviceMgrService* service = m_host->startService();
-        return m_host->waitForEvents() ? service : nullptr;
-    }
 
     // Runs the steps, each handled before the next.
     bool deliver(const Steps& steps)
@@ -312,7 +300,7 @@ private slots:
         QFETCH(Steps, steps);
         QFETCH(QString, facts);
 
-        CDeviceMgrService* service = startWith(cards);
+        CDeviceMgrService* service = m_host->startWith(cards);
         QVERIFY(service);
         QVERIFY(deliver(steps));
         const QMap<QString, QString> seen = observe(service);

@@ -16,8 +16,7 @@ constexpr int kUntouched = 42;
 sim::CardConfig cardWith(bool pinEnabled, int pinRetries)
 {
     sim::CardConfig config;
-    config.sim.pinEnabled = pinEnabled;
-    config.sim.pinRetries = pinRetries;
+    config.sim = {.pinEnabled = pinEnabled, .pinRetries = pinRetries};
     return config;
 }
 

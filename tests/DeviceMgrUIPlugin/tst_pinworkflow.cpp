@@ -123,9 +123,8 @@ class tst_PinWorkflow : public QObject
     void start(const sim::CardConfig& config, bool showFrame = true)
     {
         m_host = std::make_unique<HostFixture>();
-        m_host->card().addCard(config);
-        m_service = m_host->startService();
-        QVERIFY(m_host->waitForEvents());
+        m_service = m_host->startWith({config});
+        QVERIFY(m_service);
         if (showFrame) {
             m_host->frameShown();
             QVERIFY(m_host->waitForEvents());

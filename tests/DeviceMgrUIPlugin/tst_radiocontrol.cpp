@@ -29,17 +29,6 @@ class TestRadioControl : public QObject
 
     std::unique_ptr<HostFixture> m_host;
 
-    // The service started on one card and settled, call log emptied.
-    CDeviceMgrService* startedService(const sim::CardConfig& config)
-    {
-        m_host->card().addCard(config);
-        CDeviceMgrService* service = m_host->startService();
-        if (!m_host->waitForEvents())
-            return nullptr;
-        m_host->card().clearCallLog();
-        return service;
-    }
-
 private slots:
     void init() { m_host = std::make_unique<HostFixture>(); }
     void cleanup() { m_host.reset(); }
@@ -61,7 +50,8 @@ private slots:
         const auto& [supported, state, on, faultOn, result, setTo, after] = row;
         sim::CardConfig config;
         config.rf = {supported, state, 1};
-        QVERIFY(startedService(config));
+        QVERIFY(m_host->startWith({config}));
+        m_host->card().clearCallLog();
         // The card itself only answers 0 or 1.
         if (state > 1)
             QVERIFY(m_host->card().overrideRfState(state));
@@ -85,8 +75,9 @@ private slots:
     {
         QFETCH(QString, value);
         QFETCH(bool, on);
-        CDeviceMgrService* service = startedService({});
+        CDeviceMgrService* service = m_host->startWith({sim::CardConfig{}});
         QVERIFY(service);
+        m_host->card().clearCallLog();
         // The other key set the other way: each request reads its own key.
         CommonUtils::SetSettings("customize", "imsi_detach", value);
         CommonUtils::SetSettings("customize", "gprs_detach", on ? "no" : "Yes");

@@ -89,9 +89,8 @@ private slots:
         m_host->card().setHost({true, 0, true, {}});
         sim::CardConfig card;
         card.sim.pinEnabled = true;
-        m_host->card().addCard(card);
-        CDeviceMgrService* service = m_host->startService();
-        QVERIFY(m_host->waitForEvents());
+        CDeviceMgrService* service = m_host->startWith({card});
+        QVERIFY(service);
         // The card's PIN check started the thread, which found the WWAN ready.
         DeviceMgrWin7Thread* thread = service->win7Thread();
         QVERIFY(thread && thread->wait(5000));

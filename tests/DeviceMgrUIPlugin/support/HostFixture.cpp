@@ -96,41 +96,6 @@ HostFixture::~HostFixture()
     CommonUtils::ResetShutDownFlag();
 }
 
-PluginContainer& HostFixture::container()
-{
-    return *m_container;
-}
-
-HostSiblings& HostFixture::siblings()
-{
-    return *m_siblings;
-}
-
-QWidget* HostFixture::mainWindow()
-{
-    return m_mainWindow.get();
-}
-
-sim::VirtualCard& HostFixture::card()
-{
-    return sim::VirtualCard::instance();
-}
-
-QList<MessageRequest> HostFixture::messages() const
-{
-    return m_messages;
-}
-
-void HostFixture::clearMessages()
-{
-    m_messages.clear();
-}
-
-void HostFixture::queueReply(int reply)
-{
-    m_replies.enqueue(reply);
-}
-
 QStringList HostFixture::records(const QString& kind) const
 {
     QStringList texts;
@@ -152,6 +117,14 @@ CDeviceMgrService* HostFixture::startService()
         m_siblings->addNotifyTarget(m_plugin.get());
     }
     return service;
+}
+
+CDeviceMgrService* HostFixture::startWith(const QList<sim::CardConfig>& cards)
+{
+    for (const sim::CardConfig& config : cards)
+        card().addCard(config);
+    CDeviceMgrService* service = startService();
+    return waitForEvents() ? service : nullptr;
 }
 
 DeviceMgrUILogic* HostFixture::startLogic()

@@ -3,13 +3,13 @@
 // message responder, all reset on construction and removed on destruction.
 //
 //     HostFixture host;
-//     host.card().addCard({});
-//     CDeviceMgrService* service = host.startService();
-//     QVERIFY(host.waitForEvents());
+//     CDeviceMgrService* service = host.startWith({namedCard("Card A")});
+//     QVERIFY(service);
 #pragma once
 
 #include "HostSiblings.h"
 #include <PluginContainer.h>
+#include <sim/VirtualCard.h>
 
 #include <CommonUtils.h>
 
@@ -25,14 +25,19 @@ class CDeviceMgrUI;
 class DeviceMgrUILogic;
 class QWidget;
 
-namespace sim {
-class VirtualCard;
-}
-
 // A broadcast notification as the transcript records it.
 inline QString broadcast(unsigned int code, long long w = 0, long long l = 0)
 {
     return QStringLiteral("broadcast %1 %2 %3").arg(code).arg(w).arg(l);
+}
+
+// A card of that name on that port (0: the next free one).
+inline sim::CardConfig namedCard(const std::string& name, int port = 0)
+{
+    sim::CardConfig config;
+    config.name = name;
+    config.port = port;
+    return config;
 }
 
 class HostFixture
@@ -44,16 +49,16 @@ public:
     HostFixture(const HostFixture&) = delete;
     HostFixture& operator=(const HostFixture&) = delete;
 
-    PluginContainer& container();
-    HostSiblings& siblings();
-    QWidget* mainWindow();
-    sim::VirtualCard& card();
+    PluginContainer& container() { return *m_container; }
+    HostSiblings& siblings() { return *m_siblings; }
+    QWidget* mainWindow() { return m_mainWindow.get(); }
+    sim::VirtualCard& card() { return sim::VirtualCard::instance(); }
 
     // Message boxes asked for since construction (or clearMessages), in order.
-    QList<MessageRequest> messages() const;
-    void clearMessages();
+    QList<MessageRequest> messages() const { return m_messages; }
+    void clearMessages() { m_messages.clear(); }
     // The reply to the next message box; with none queued the first button.
-    void queueReply(int reply);
+    void queueReply(int reply) { m_replies.enqueue(reply); }
 
     // Transcript texts of one kind ("notify", "sdk", "menu" ...), in order.
     QStringList records(const QString& kind) const;
@@ -61,6 +66,9 @@ public:
     // instance() + Init() + ShowWindow(mainWindow) + the plug-in object as a
     // notification target, as the host starts the plug-in.
     CDeviceMgrService* startService();
+    // Plugs the cards, starts the service and lets the start-up events
+    // through; null when they did not settle.
+    CDeviceMgrService* startWith(const QList<sim::CardConfig>& cards);
     // The device access layer on its own, made and initialised as the service
     // does, with the cards started (a device callback listens) and the call
     // log cleared. Deleted with the fixture.

@@ -17,5 +17,8 @@ public:
     // Lines that contain `text`.
     QStringList matching(const QString& text) const;
     bool contains(const QString& text) const { return !matching(text).isEmpty(); }
+    // The threads that wrote a line containing `text`: "gui" (the
+    // application's) or "sdk" (any other), each once, first writer first.
+    QStringList threadsWriting(const QString& text) const;
     void clear();
 };
