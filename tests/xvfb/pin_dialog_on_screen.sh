@@ -19,9 +19,9 @@ expected_y=$(((screen_h - 1) / 2 - dialog_h / 2))
 tolerance=3
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/xvfb-pin-XXXXXX")
-xvfb="" host=""
+xvfb_pid="" host=""
 cleanup() {
-    for pid in $host $xvfb; do
+    for pid in $host $xvfb_pid; do
         kill "$pid" 2>/dev/null || true
         wait "$pid" 2>/dev/null || true
     done
@@ -37,13 +37,10 @@ fail() {
 rm -rf "$out"
 mkdir -p "$out/shots"
 
-# -displayfd: the server takes a free display and says which once it is ready.
-exec {fd}<> <(:)
-Xvfb -displayfd "$fd" -screen 0 "${screen_w}x${screen_h}x24" -nolisten tcp >"$out/xvfb.log" 2>&1 &
-xvfb=$!
-display=""
-read -r -t 20 -u "$fd" display || fail "Xvfb did not start (see $out/xvfb.log)"
-export DISPLAY=":$display" QT_QPA_PLATFORM=xcb
+# shellcheck source=xvfb.sh
+source "$(dirname "$0")/xvfb.sh"
+start_xvfb "${screen_w}x${screen_h}" "$out/xvfb.log" || fail "Xvfb did not start (see $out/xvfb.log)"
+export QT_QPA_PLATFORM=xcb
 export XDG_RUNTIME_DIR="$work/runtime" XDG_CONFIG_HOME="$work/config"
 mkdir -m 700 "$XDG_RUNTIME_DIR"
 

@@ -388,7 +388,7 @@ void MainWindow::onNotified(unsigned int code, const QString& to)
 
 void MainWindow::tell(Device deviceBefore, Tristate simBefore, unsigned int code)
 {
-    const QString name = m_name.isEmpty() ? tr("The card") : m_name;
+    const QString name = cardName();
     if (deviceBefore != Device::Present && m_device == Device::Present)
         emit notice(tr("Card detected"), tr("%1 was plugged in.").arg(name));
     if (m_device == Device::Present && simBefore != Tristate::Yes && m_sim == Tristate::Yes)
@@ -441,11 +441,15 @@ void MainWindow::learn(unsigned int code)
     }
 }
 
+QString MainWindow::cardName() const
+{
+    return m_name.isEmpty() ? tr("The card") : m_name;
+}
+
 void MainWindow::forgetDevice()
 {
     if (m_device == Device::Present)
-        emit notice(tr("Card removed"),
-                    tr("%1 was removed.").arg(m_name.isEmpty() ? tr("The card") : m_name));
+        emit notice(tr("Card removed"), tr("%1 was removed.").arg(cardName()));
     // What the last card said about its radio says nothing about the next.
     m_device = Device::None;
     m_name.clear();

@@ -117,6 +117,8 @@ private:
     void onMenuRequest(const QString& op);
     void learn(unsigned int code);
     void tell(Device deviceBefore, Tristate simBefore, unsigned int code);
+    // The device's name for a sentence, "The card" while it is unknown.
+    QString cardName() const;
     void forgetDevice();
     void showState();
     void showStatus(const QString& message);

@@ -9,19 +9,16 @@ here="$(cd "$(dirname "$0")" && pwd)"
 
 if [ -z "${LINK_DESKTOP_INNER:-}" ]; then
     work="$(mktemp -d "${TMPDIR:-/tmp}/linkhost-desktop-XXXXXX")"
-    xvfb=""
+    xvfb_pid=""
     cleanup() {
-        [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null || true
+        [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
         rm -rf "$work"
     }
     trap cleanup EXIT
-    # -displayfd: the server picks a free display and tells it when ready.
-    exec {fd}<> <(:)
-    Xvfb -displayfd "$fd" -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-    xvfb=$!
-    display=""
-    read -r -t 20 -u "$fd" display || { echo "desktop-session: Xvfb did not start" >&2; exit 1; }
-    export DISPLAY=":$display" QT_QPA_PLATFORM=xcb LINK_DESKTOP_INNER=1
+    # shellcheck source=../../xvfb/xvfb.sh
+    source "$here/../../xvfb/xvfb.sh"
+    start_xvfb 1280x800 "$work/xvfb.log" || { echo "desktop-session: Xvfb did not start" >&2; exit 1; }
+    export QT_QPA_PLATFORM=xcb LINK_DESKTOP_INNER=1
     export LINK_DESKTOP_LOG="${LINK_DESKTOP_LOG:-$work/desktop.log}"
     export XDG_RUNTIME_DIR="$work/runtime"
     mkdir -m 700 "$XDG_RUNTIME_DIR"
